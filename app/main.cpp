@@ -1,0 +1,3 @@
+#include "app/application.h"
+
+START_JUCE_APPLICATION (application)

@@ -1,0 +1,16 @@
+# Shared by the build, run and test scripts. Source it; do not run it.
+repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+export CCACHE_NOHASHDIR=1 CCACHE_BASEDIR="$repo" CCACHE_MAXSIZE=${CCACHE_MAXSIZE:-5G}
+jobs=$(nproc)
+
+# configure_and_build DIR [cmake args...]: an incremental Ninja build in DIR.
+configure_and_build() {
+  local dir=$1; shift
+  if [ ! -f "$dir/build.ninja" ]; then
+    cmake -S "$repo" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+      -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache "$@" >/dev/null
+  fi
+  cmake --build "$dir" -j "$jobs"
+}
+
+linux_build=$repo/build/linux

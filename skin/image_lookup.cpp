@@ -1,0 +1,81 @@
+#include "skin/image_lookup.h"
+#include "skin/embedded.h"
+#include "skin/program_folder.h"
+
+namespace
+{
+    struct image_row
+    {
+        const char* reference;
+        const char* file;
+    };
+
+    // Row order matters: the table is searched from the last row to the first.
+    const image_row rows[] = {
+        { "resource::about_png", "about.png" },
+        { "resource::about_download_on_png", "about_download_on.png" },
+        { "resource::about_download_off_png", "about_download_off.png" },
+        { "resource::about_download_over_png", "about_download_over.png" },
+        { "resource::kelto_png", "kelto.png" },
+        { "resource::disabled_png", "disabled.png" },
+        { "resource::easy_png", "easy.png" },
+        { "resource::easy_off_png", "easy_off.png" },
+        { "resource::easy_on_png", "easy_on.png" },
+        { "resource::easy_over_png", "easy_over.png" },
+        { "resource::expert_png", "expert.png" },
+        { "resource::expert_off_png", "expert_off.png" },
+        { "resource::expert_on_png", "expert_on.png" },
+        { "resource::expert_over_png", "expert_over.png" },
+        { "resource::gain_menu_off_png", "gain_menu_off.png" },
+        { "resource::gain_menu_over_png", "gain_menu_over.png" },
+        { "resource::download_on_png", "download_on.png" },
+        { "resource::download_off_png", "download_off.png" },
+        { "resource::download_over_png", "download_over.png" },
+        { "resource::hi_z_expert_off_png", "hi_z_expert_off.png" },
+        { "resource::hi_z_expert_on_png", "hi_z_expert_on.png" },
+        { "resource::hi_z_off_png", "hi_z_off.png" },
+        { "resource::hi_z_on_png", "hi_z_on.png" },
+        { "resource::hi_z_over_png", "hi_z_over.png" },
+        { "resource::monitoring_off_png", "monitoring_off.png" },
+        { "resource::monitoring_on_png", "monitoring_on.png" },
+        { "resource::monitoring_over_png", "monitoring_over.png" },
+        { "resource::veltrano_png", "veltrano.png" },
+        { "resource::phantom_power_off_png", "phantom_power_off.png" },
+        { "resource::phantom_power_on_png", "phantom_power_on.png" },
+        { "resource::phantom_power_over_png", "phantom_power_over.png" },
+        { "resource::phones12_png", "phones12.png" },
+        { "resource::phones34_png", "phones34.png" },
+    };
+}
+
+juce::Image image_lookup (const juce::String& reference)
+{
+    if (reference.isNotEmpty())
+    {
+        // A file beside the program wins; one that is not a picture gives a null image.
+        const juce::File file (program_folder() + reference);
+        if (file.exists())
+            return juce::ImageFileFormat::loadFrom (file);
+    }
+
+    for (auto row = std::rbegin (rows); row != std::rend (rows); ++row)
+    {
+        if (reference != row->reference)
+            continue;
+        auto* png = find_embedded (skin::images::files, row->file);
+        return png == nullptr ? juce::Image() : juce::ImageCache::getFromMemory (png->data, (int) png->size);
+    }
+    return {};
+}
+
+const juce::StringArray& image_references()
+{
+    static const juce::StringArray references = []
+    {
+        juce::StringArray list;
+        for (auto& row : rows)
+            list.add (row.reference);
+        return list;
+    }();
+    return references;
+}
