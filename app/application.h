@@ -5,6 +5,8 @@
 
 class window;
 
+// The program: one instance only; start-up installs the translation, the style and the
+// main window, and any failure on the way ends in a warning box and quits.
 class application : public juce::JUCEApplication
 {
 public:
@@ -18,5 +20,8 @@ public:
     void shutdown() override;
 
 private:
+    void start (const juce::String& commandLine);
+    void fail (const juce::String& message);
+
     std::unique_ptr<window> main_window;
 };

@@ -5,12 +5,14 @@ window::window (const juce::XmlElement& root)
       juce::DocumentWindow (juce::JUCEApplication::getInstance()->getApplicationName(),
                             juce::Desktop::getInstance().getDefaultLookAndFeel()
                                 .findColour (juce::ResizableWindow::backgroundColourId),
-                            juce::DocumentWindow::closeButton)
+                            juce::DocumentWindow::closeButton,
+                            true),
+      content (root)
 {
+    setUsingNativeTitleBar (false);
     setTitleBarHeight (19);
-    setContentNonOwned (&tabs, true);
-    tabs.setSize (475, 212);
-    setSize (tabs.getWidth(), tabs.getHeight() + getTitleBarHeight());
+    setContentNonOwned (&content, true);
+    setSize (content.getWidth(), content.getHeight() + getTitleBarHeight());
     setVisible (true);
 }
 

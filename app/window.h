@@ -1,7 +1,11 @@
 #pragma once
 
+#include "ui/container.h"
+
 #include <juce_gui_basics/juce_gui_basics.h>
 
+// The program's only top-level window: the container under a 19-pixel title bar with a
+// close button, and the program's tooltip window.
 class window : public juce::XmlElement, public juce::DocumentWindow
 {
 public:
@@ -11,6 +15,6 @@ public:
     void closeButtonPressed() override;
 
 private:
-    juce::TabbedComponent tabs { juce::TabbedButtonBar::TabsAtTop };
+    ::container content;
     juce::TooltipWindow tooltips;
 };
