@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace qv
+{
+// The code of a failed operating-system call, exactly as the system reported it:
+// a Win32 error code on Windows, an errno value on Linux. Thrown bare.
+enum os_result : std::uint32_t
+{
+};
+
+// Marks the objects whose operations throw R; it adds no operation of its own.
+template <class R>
+class exception
+{
+};
+
+// The system's text for a code. Each port defines it.
+std::string message (os_result code);
+} // namespace qv

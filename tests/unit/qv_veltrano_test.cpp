@@ -1,0 +1,147 @@
+// The device layers over the recording port: what opening sends, and the
+// parameter transfers.
+#include "recording_port.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+using device_type = recorded_device<exact_result>;
+using window_type = qv::port<exact_result>::window;
+
+class qv_veltrano : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        sys.reset();
+        auto& d = sys.interfaces["/bus/a"];
+        for (int i = 0; i < 16; ++i)
+            d.block[i] = static_cast<std::uint8_t> (i * 3 + 1);
+    }
+
+    pretend_interface& interface() { return sys.interfaces["/bus/a"]; }
+
+    pretend_system& sys = pretend_system::get();
+};
+
+std::vector<int> ints (const std::vector<std::uint8_t>& v) { return std::vector<int> (v.begin(), v.end()); }
+} // namespace
+
+TEST_F (qv_veltrano, opening_asks_driver_version_then_firmware_then_block)
+{
+    window_type window;
+    qv::reference<device_type> d (new device_type ("/bus/a", window));
+
+    ASSERT_EQ (sys.requests.size(), 3u);
+    EXPECT_EQ (sys.requests[0].code, qv::protocol::driver_version);
+    EXPECT_TRUE (sys.requests[0].in.empty());
+    EXPECT_EQ (sys.requests[0].out_size, 4u);
+    EXPECT_EQ (sys.requests[1].code, qv::protocol::vendor_request);
+    EXPECT_EQ (ints (sys.requests[1].in), (std::vector<int> { 0xC0, 0x56, 0, 0, 0, 0, 3, 0, 0, 0, 0 }));
+    EXPECT_EQ (sys.requests[1].out_size, 11u);
+    EXPECT_EQ (sys.requests[2].in.size(), 24u);
+    EXPECT_EQ (sys.requests[2].out_size, 24u);
+    EXPECT_EQ (sys.requests[2].in[0], 0xC0);
+
+    EXPECT_EQ (d->version, 0x01000400u);
+    EXPECT_EQ (d->firmware, 0x01010100u);
+    for (int i = 0; i < 16; ++i)
+        EXPECT_EQ (d->parameters[i], i * 3 + 1) << "byte " << i;
+    EXPECT_FALSE (d->removed);
+    EXPECT_EQ (static_cast<const std::string&> (*d), "/bus/a");
+}
+
+TEST_F (qv_veltrano, firmware_older_than_1_1_1_leaves_block_unread)
+{
+    interface().firmware_reply = { 0, 1, 10 };
+    window_type window;
+    qv::reference<device_type> d (new device_type ("/bus/a", window));
+
+    EXPECT_EQ (d->firmware, 0x01010000u);
+    EXPECT_EQ (sys.requests.size(), 2u);
+    for (auto byte : d->parameters)
+        EXPECT_EQ (byte, 0);
+}
+
+TEST_F (qv_veltrano, read_modify_write_sends_every_byte_as_read)
+{
+    window_type window;
+    qv::reference<device_type> d (new device_type ("/bus/a", window));
+    interface().block[0] = 0x5A;  // the interface changed behind the panel's back
+    interface().block[15] = 0xA5;
+
+    d->transfer (false);
+    d->parameters[10] = 255;
+    d->transfer (true);
+
+    auto& write = sys.requests.back();
+    std::vector<int> expected { 0x40, 0x4E, 0, 0, 0, 0, 16, 0 };
+    for (int i = 0; i < 16; ++i)
+        expected.push_back (i == 0 ? 0x5A : i == 15 ? 0xA5 : i == 10 ? 255 : i * 3 + 1);
+    EXPECT_EQ (ints (write.in), expected);
+    // A write's reply is not copied back.
+    EXPECT_EQ (d->parameters[10], 255);
+    EXPECT_EQ (d->parameters[0], 0x5A);
+}
+
+TEST_F (qv_veltrano, failed_read_leaves_parameters_untouched)
+{
+    window_type window;
+    qv::reference<device_type> d (new device_type ("/bus/a", window));
+    d->parameters[4] = 77;
+    interface().requests_before_failure = 0;
+    interface().request_failure = 31;
+
+    try
+    {
+        d->transfer (false);
+        FAIL() << "no exception";
+    }
+    catch (exact_result code)
+    {
+        EXPECT_EQ (code, 31u);
+    }
+    EXPECT_EQ (d->parameters[4], 77);
+    EXPECT_EQ (d->parameters[5], 5 * 3 + 1);
+}
+
+TEST_F (qv_veltrano, failure_while_opening_releases_in_reverse_order)
+{
+    interface().requests_before_failure = 2; // version and firmware answered, block fails
+    interface().request_failure = 1167;
+    window_type window;
+    sys.take_log();
+
+    EXPECT_THROW (device_type ("/bus/a", window), exact_result);
+    EXPECT_EQ (sys.take_log(), (std::vector<std::string> { "open /bus/a", "watch 100", "control 100", "control 100",
+                                                           "control 100", "unwatch 1100", "close 100" }));
+    EXPECT_TRUE (sys.open_handles.empty());
+}
+
+TEST_F (qv_veltrano, failed_open_throws_the_system_code)
+{
+    interface().open_failure = 32;
+    window_type window;
+    try
+    {
+        device_type d ("/bus/a", window);
+        FAIL() << "opened";
+    }
+    catch (exact_result code)
+    {
+        EXPECT_EQ (code, 32u);
+    }
+    EXPECT_TRUE (sys.requests.empty());
+}
+
+TEST_F (qv_veltrano, destruction_unwatches_then_closes_and_sends_nothing)
+{
+    window_type window;
+    auto* d = new device_type ("/bus/a", window);
+    const auto sent = sys.requests.size();
+    sys.take_log();
+    { qv::reference<device_type> last (d); }
+    EXPECT_EQ (sys.take_log(), (std::vector<std::string> { "destroyed /bus/a", "unwatch 1100", "close 100" }));
+    EXPECT_EQ (sys.requests.size(), sent);
+}
