@@ -315,6 +315,46 @@ static void faults (void)
     }
 }
 
+static void delayed_replies (void)
+{
+    struct plugged slow;
+    BYTE reply[3];
+    if (!plug ("--delay-ms 60", &slow))
+        return;
+    HANDLE h = open_interface (slow.path);
+    const ULONGLONG start = GetTickCount64 ();
+    const BOOL ok = firmware (h, reply);
+    const ULONGLONG elapsed = GetTickCount64 () - start;
+    check (ok && elapsed >= 50, "--delay-ms 60: the reply took %llu ms", elapsed);
+    CloseHandle (h);
+    char command[32], out[256];
+    snprintf (command, sizeof command, "unplug %u", slow.number);
+    check (run (command, out, sizeof out) == 0, "unplug the slow interface");
+}
+
+/* Many plug and unplug cycles leave nothing behind, on the bus or in SetupDi. */
+static void cycles (void)
+{
+    enum { CYCLES = 20 };
+    int ok = 1;
+    const ULONGLONG start = GetTickCount64 ();
+    for (int i = 0; i < CYCLES && ok; ++i)
+    {
+        char command[32], out[1024];
+        unsigned number = 0;
+        ok = run ("plug --wait-ms 5000", out, sizeof out) == 0 && sscanf (out, "%u", &number) == 1;
+        snprintf (command, sizeof command, "unplug %u --wait-ms 5000", number);
+        ok = ok && run (command, out, sizeof out) == 0;
+    }
+    const ULONGLONG elapsed = GetTickCount64 () - start;
+    char paths[VVB_MAX_CHILDREN][512], out[1024];
+    const int left = list_paths (paths, VVB_MAX_CHILDREN);
+    check (ok && left == 0, "%d plug and unplug cycles (%d paths left)", CYCLES, left);
+    check (run ("list", out, sizeof out) == 0 && out[0] == '\0', "the bus is empty after the cycles");
+    printf ("figure: plug and unplug cycle through veltrano-virtual.exe %.0f ms (mean of %d)\n",
+            (double) elapsed / CYCLES, CYCLES);
+}
+
 static void unplugging (const struct plugged* a, const struct plugged* b, HANDLE ha, HANDLE hb)
 {
     char command[32], out[256];
@@ -372,7 +412,9 @@ int main (int argc, char** argv)
     malformed_requests (&a, ha);
     round_trip_time (ha);
     faults ();
+    delayed_replies ();
     unplugging (&a, &b, ha, hb);
+    cycles ();
     command_line_errors ();
 
     printf ("%d failed\n", failures);

@@ -38,7 +38,8 @@ static const char usage[] =
     "        print interface N's 16-byte parameter block as decimal numbers\n"
     "  --help\n"
     "\n"
-    "Defaults: firmware 1.1.1, driver 1.0.4, gains at 0 dB, switches off, wait 10000 ms.\n"
+    "Defaults: firmware 1.1.1, driver 1.0.4, gains at 0 dB, switches off, wait 10000 ms\n"
+    "(also the longest wait for the bus itself, which wine starts with each session).\n"
     "Exit status: 0 done, 1 failed, 2 bad command line, 3 timed out waiting.\n";
 
 static void fail (const char* format, ...)
@@ -92,10 +93,15 @@ static int parse_number (const char* text, unsigned long limit, unsigned long* v
     return 0;
 }
 
-static HANDLE open_bus (void)
+/* Wine loads the driver when a session starts, so right after start-up the bus may
+   not exist yet: wait for it rather than fail. */
+static HANDLE open_bus (unsigned wait_ms)
 {
+    const ULONGLONG deadline = GetTickCount64 () + wait_ms;
     HANDLE bus;
-    const DWORD error = vvb_open (&bus);
+    DWORD error;
+    while ((error = vvb_open (&bus)) == ERROR_FILE_NOT_FOUND && GetTickCount64 () < deadline)
+        Sleep (50);
     if (error != 0)
     {
         fail ("cannot open the virtual bus %s: %s (is the driver installed? see "
@@ -228,7 +234,7 @@ static int command_plug (int argc, char** argv)
     unsigned wait_ms = DEFAULT_WAIT_MS;
     if (parse_plug (argc, argv, &plug, &wait_ms) != 0)
         return EXIT_USAGE;
-    HANDLE bus = open_bus ();
+    HANDLE bus = open_bus (wait_ms);
     if (bus == NULL)
         return EXIT_FAILED;
     uint32_t number = 0;
@@ -301,7 +307,7 @@ static int command_unplug (int argc, char** argv)
         if (parse_wait (option_value (argc, argv, &i), &wait_ms) != 0)
             return EXIT_USAGE;
     }
-    HANDLE bus = open_bus ();
+    HANDLE bus = open_bus (wait_ms);
     if (bus == NULL)
         return EXIT_FAILED;
     const DWORD error = vvb_unplug (bus, number);
@@ -355,7 +361,7 @@ static int command_list (int argc)
         fail ("list takes no arguments");
         return EXIT_USAGE;
     }
-    HANDLE bus = open_bus ();
+    HANDLE bus = open_bus (DEFAULT_WAIT_MS);
     if (bus == NULL)
         return EXIT_FAILED;
     static struct vvb_child_info children[VVB_MAX_CHILDREN];
@@ -397,7 +403,7 @@ static int command_block (int argc, char** argv)
     }
     if (parse_child (argv[2], &number) != 0)
         return EXIT_USAGE;
-    HANDLE bus = open_bus ();
+    HANDLE bus = open_bus (DEFAULT_WAIT_MS);
     if (bus == NULL)
         return EXIT_FAILED;
     uint8_t block[16];
