@@ -1,0 +1,202 @@
+// One open interface: a connected socket to its veltrano-virtual host. Every
+// control request is one frame out and one frame back within a bounded time.
+#include "native_port.h"
+#include "wire.h"
+
+#include <juce_events/juce_events.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <map>
+#include <set>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace qv
+{
+namespace
+{
+using clock = std::chrono::steady_clock;
+
+// Bytes received but not yet taken, per connection: a late reply may arrive in pieces.
+std::map<int, std::vector<std::uint8_t>> pending;
+
+// Descriptors whose hang-up callback is registered (all on the message thread).
+std::set<int> watched;
+
+std::uint32_t last_sequence = 0;
+
+[[noreturn]] void fail (int code) { throw os_result (static_cast<std::uint32_t> (code)); }
+
+int remaining_ms (clock::time_point deadline)
+{
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds> (deadline - clock::now()).count();
+    return left > 0 ? static_cast<int> (left) : 0;
+}
+
+// Waits for `events` on `fd` until the deadline; throws ETIMEDOUT when it passes.
+void wait_for (int fd, short events, clock::time_point deadline)
+{
+    for (;;)
+    {
+        pollfd p { fd, events, 0 };
+        const int ready = ::poll (&p, 1, remaining_ms (deadline));
+        if (ready > 0)
+            return;
+        if (ready == 0)
+            fail (ETIMEDOUT);
+        if (errno != EINTR)
+            fail (errno);
+    }
+}
+
+void send_all (int fd, const std::vector<std::uint8_t>& bytes, clock::time_point deadline)
+{
+    std::size_t sent = 0;
+    while (sent < bytes.size())
+    {
+        const ssize_t n = ::send (fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (n >= 0)
+            sent += static_cast<std::size_t> (n);
+        else if (errno == EAGAIN || errno == EWOULDBLOCK)
+            wait_for (fd, POLLOUT, deadline);
+        else if (errno != EINTR)
+            fail (errno);
+    }
+}
+
+// Reads frames until the reply to (code, sequence) is whole; copies its payload to
+// `out`. A late reply to an earlier request is dropped on the way.
+void receive_reply (int fd, std::uint32_t code, std::uint32_t sequence, void* out, std::uint32_t capacity,
+                    clock::time_point deadline)
+{
+    auto& buffer = pending[fd];
+    for (;;)
+    {
+        wire::frame reply;
+        const auto parsed = wire::parse_frame (buffer.data(), buffer.size(), reply);
+        if (parsed == wire::parse_result::malformed)
+        {
+            buffer.clear();
+            fail (EPROTO);
+        }
+        if (parsed == wire::parse_result::complete)
+        {
+            const auto verdict = wire::judge_reply (reply, code, sequence, capacity);
+            if (verdict == wire::reply_verdict::mismatch)
+            {
+                buffer.clear();
+                fail (EPROTO);
+            }
+            if (verdict == wire::reply_verdict::answer)
+            {
+                const std::uint32_t status = reply.word;
+                if (status == 0 && reply.length > 0)
+                    std::memcpy (out, reply.payload, reply.length);
+                buffer.erase (buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t> (reply.size));
+                if (status != 0)
+                    fail (static_cast<int> (status));
+                return;
+            }
+            buffer.erase (buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t> (reply.size));
+            continue;
+        }
+
+        std::uint8_t chunk[512];
+        const ssize_t n = ::recv (fd, chunk, sizeof chunk, MSG_DONTWAIT);
+        if (n > 0)
+            buffer.insert (buffer.end(), chunk, chunk + n);
+        else if (n == 0)
+            fail (ENODEV); // the host went away: the interface is unplugged
+        else if (errno == EAGAIN || errno == EWOULDBLOCK)
+            wait_for (fd, POLLIN, deadline);
+        else if (errno != EINTR)
+            fail (errno);
+    }
+}
+
+clock::time_point deadline_from_now() { return clock::now() + std::chrono::milliseconds (port<os_result>::reply_timeout_ms); }
+} // namespace
+
+port<os_result>::handle_type port<os_result>::open (const std::string& path)
+{
+    sockaddr_un address {};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path)
+        fail (ENAMETOOLONG);
+    std::memcpy (address.sun_path, path.c_str(), path.size() + 1);
+
+    const int fd = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0)
+        fail (errno);
+    try
+    {
+        // A host whose backlog is full is not accepting: give up after the same bound.
+        const timeval bound { port<os_result>::reply_timeout_ms / 1000, (port<os_result>::reply_timeout_ms % 1000) * 1000 };
+        ::setsockopt (fd, SOL_SOCKET, SO_SNDTIMEO, &bound, sizeof bound);
+        if (::connect (fd, reinterpret_cast<const sockaddr*> (&address), sizeof address) != 0)
+            fail (errno == EAGAIN ? ETIMEDOUT : errno);
+        if (::fcntl (fd, F_SETFL, ::fcntl (fd, F_GETFL) | O_NONBLOCK) != 0)
+            fail (errno);
+        // The host's greeting says whether this is its one client (EBUSY otherwise).
+        receive_reply (fd, wire::hello, 0, nullptr, 0, deadline_from_now());
+    }
+    catch (...)
+    {
+        pending.erase (fd);
+        ::close (fd);
+        throw;
+    }
+    return fd;
+}
+
+port<os_result>::notification_type port<os_result>::watch (handle_type handle, window& w)
+{
+    // The callback keeps the driver link alive: the device may outlive the window,
+    // and then a hang-up reaches nobody.
+    auto link = w.driver_link;
+    watched.insert (handle);
+    juce::LinuxEventLoop::registerFdCallback (
+        handle,
+        [link] (int fd)
+        {
+            if (watched.erase (fd) == 0)
+                return;
+            juce::LinuxEventLoop::unregisterFdCallback (fd);
+            if (link->events.attached())
+                link->events.removal (link->events.driver, fd);
+        },
+        POLLRDHUP); // hang-up and errors only: a late reply is no event
+    return handle;
+}
+
+void port<os_result>::unwatch (notification_type notification)
+{
+    if (notification != no_notification && watched.erase (notification) != 0)
+        juce::LinuxEventLoop::unregisterFdCallback (notification);
+}
+
+void port<os_result>::close (handle_type handle)
+{
+    if (handle == invalid_handle)
+        return;
+    pending.erase (handle);
+    ::close (handle);
+}
+
+void port<os_result>::control (handle_type handle, std::uint32_t code, const void* in, std::uint32_t in_size,
+                               void* out, std::uint32_t out_size)
+{
+    if (in_size > wire::max_payload || out_size > wire::max_payload)
+        fail (EINVAL);
+    const auto deadline = deadline_from_now();
+    const std::uint32_t sequence = ++last_sequence == 0 ? ++last_sequence : last_sequence;
+    send_all (handle, wire::encode (code, sequence, out_size, in, in_size), deadline);
+    receive_reply (handle, code, sequence, out, out_size, deadline);
+}
+} // namespace qv

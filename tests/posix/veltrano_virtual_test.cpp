@@ -1,0 +1,232 @@
+// veltrano-virtual as a program: its command line, its frames, and surviving
+// clients that misbehave.
+#include "device/device.h"
+#include "device/posix/wire.h"
+#include "tests/support/virtual_interface.h"
+#include "session.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace
+{
+int connect_to (const std::string& path)
+{
+    const int fd = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address {};
+    address.sun_family = AF_UNIX;
+    std::strcpy (address.sun_path, path.c_str());
+    EXPECT_EQ (::connect (fd, reinterpret_cast<sockaddr*> (&address), sizeof address), 0);
+    return fd;
+}
+
+// Everything the host sends until it closes or goes quiet for `ms`.
+std::vector<std::uint8_t> read_until_quiet (int fd, int ms)
+{
+    std::vector<std::uint8_t> bytes;
+    for (;;)
+    {
+        pollfd p { fd, POLLIN, 0 };
+        if (::poll (&p, 1, ms) <= 0)
+            return bytes;
+        std::uint8_t chunk[256];
+        const ssize_t n = ::recv (fd, chunk, sizeof chunk, 0);
+        if (n <= 0)
+            return bytes;
+        bytes.insert (bytes.end(), chunk, chunk + n);
+    }
+}
+
+std::string run (const std::string& arguments, int& status)
+{
+    std::string output;
+    FILE* pipe = ::popen ((virtual_interface::program() + " " + arguments + " 2>&1").c_str(), "r");
+    char line[512];
+    while (std::fgets (line, sizeof line, pipe) != nullptr)
+        output += line;
+    const int s = ::pclose (pipe);
+    status = WIFEXITED (s) ? WEXITSTATUS (s) : -1;
+    return output;
+}
+
+struct one_interface
+{
+    std::size_t count()
+    {
+        struct counting : qv::driver<os_result, device>
+        {
+        } driver;
+        return driver.size();
+    }
+};
+
+std::vector<std::uint8_t> request (std::uint32_t code, std::uint32_t sequence, std::uint32_t capacity,
+                                   std::vector<std::uint8_t> payload)
+{
+    return qv::wire::encode (code, sequence, capacity, payload.data(), static_cast<std::uint32_t> (payload.size()));
+}
+} // namespace
+
+TEST (veltrano_virtual, help_describes_every_option_and_bad_options_are_refused)
+{
+    int status = -1;
+    const auto help = run ("--help", status);
+    EXPECT_EQ (status, 0);
+    for (const char* option : { "--name", "--bus", "--firmware", "--driver", "--block", "--state-file", "--delay-ms",
+                                "--fail-after", "--vanish-after", "EBUSY", "SIGTERM" })
+        EXPECT_NE (help.find (option), std::string::npos) << option;
+
+    EXPECT_NE (run ("--colour red", status).find ("unknown option '--colour'"), std::string::npos);
+    EXPECT_EQ (status, 1);
+    EXPECT_NE (run ("--firmware 1.30.0", status).find ("--firmware"), std::string::npos);
+    EXPECT_EQ (status, 1);
+    EXPECT_NE (run ("--block 1 2 3", status).find ("16 byte values, got 3"), std::string::npos);
+    EXPECT_EQ (status, 1);
+    EXPECT_NE (run ("--block 1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,256", status).find ("value 15"), std::string::npos);
+    EXPECT_EQ (status, 1);
+    EXPECT_NE (run ("--name ../escape", status).find ("not a plain file name"), std::string::npos);
+    EXPECT_EQ (status, 1);
+    EXPECT_NE (run ("--delay-ms", status).find ("needs a value"), std::string::npos);
+    EXPECT_EQ (status, 1);
+}
+
+TEST (veltrano_virtual, state_file_holds_versions_and_block_from_the_start)
+{
+    temporary_bus bus;
+    virtual_interface a (bus, "a", { "--firmware", "2.0.9", "--driver", "1.2.3", "--block", "9", "8", "7", "6", "5", "4",
+                                     "3", "2", "1", "0", "255", "254", "253", "252", "251", "250" });
+    EXPECT_EQ (a.state(), "name a\npath " + a.path()
+                              + "\nfirmware 2.0.9\ndriver 1.2.3\nblock 9 8 7 6 5 4 3 2 1 0 255 254 253 252 251 250\n"
+                                "requests 0\n");
+}
+
+TEST (veltrano_virtual, a_signal_unplugs_it_and_removes_its_socket)
+{
+    temporary_bus bus;
+    for (int signal : { SIGINT, SIGTERM })
+    {
+        virtual_interface a (bus, "a");
+        ASSERT_EQ (::access (a.path().c_str(), F_OK), 0);
+        EXPECT_EQ (a.unplug (signal), 0) << "signal " << signal;
+        EXPECT_NE (::access (a.path().c_str(), F_OK), 0);
+        EXPECT_NE (a.output().find ("unplugged"), std::string::npos);
+    }
+}
+
+TEST (veltrano_virtual, garbage_gets_an_error_and_the_next_client_is_served)
+{
+    temporary_bus bus;
+    virtual_interface a (bus, "a");
+
+    const int fd = connect_to (a.path());
+    const std::string garbage = "GET / HTTP/1.1\r\nHost: veltrano\r\n\r\n";
+    ASSERT_EQ (::send (fd, garbage.data(), garbage.size(), MSG_NOSIGNAL), ssize_t (garbage.size()));
+    const auto replies = read_until_quiet (fd, 2000);
+    ::close (fd);
+
+    qv::wire::frame hello, error;
+    ASSERT_EQ (qv::wire::parse_frame (replies.data(), replies.size(), hello), qv::wire::parse_result::complete);
+    EXPECT_EQ (hello.word, 0u);
+    ASSERT_EQ (qv::wire::parse_frame (replies.data() + hello.size, replies.size() - hello.size, error),
+               qv::wire::parse_result::complete);
+    EXPECT_EQ (error.word, std::uint32_t (EPROTO));
+    EXPECT_EQ (replies.size(), hello.size + error.size) << "the host hangs up after the error";
+
+    EXPECT_TRUE (a.running());
+    EXPECT_EQ (one_interface().count(), 1u);
+}
+
+TEST (veltrano_virtual, a_client_leaving_mid_frame_does_not_hold_the_interface)
+{
+    temporary_bus bus;
+    virtual_interface a (bus, "a");
+
+    const int fd = connect_to (a.path());
+    auto frame = request (qv::wire::vendor_request, 1, 24, std::vector<std::uint8_t> (24, 0));
+    ASSERT_EQ (::send (fd, frame.data(), 13, MSG_NOSIGNAL), 13);
+    ::close (fd);
+
+    EXPECT_EQ (one_interface().count(), 1u);
+    EXPECT_TRUE (a.running());
+}
+
+TEST (veltrano_virtual, session_answers_whole_requests_and_rejects_what_it_does_not_know)
+{
+    vv_model model;
+    vv_model_init (&model);
+    session s (model);
+
+    // Driver version, sent in two pieces.
+    auto version = request (qv::wire::driver_version, 7, 4, {});
+    EXPECT_TRUE (s.receive (version.data(), 10).empty());
+    auto responses = s.receive (version.data() + 10, version.size() - 10);
+    ASSERT_EQ (responses.size(), 1u);
+    qv::wire::frame reply;
+    ASSERT_EQ (qv::wire::parse_frame (responses[0].reply.data(), responses[0].reply.size(), reply),
+               qv::wire::parse_result::complete);
+    EXPECT_EQ (qv::wire::judge_reply (reply, qv::wire::driver_version, 7, 4), qv::wire::reply_verdict::answer);
+    EXPECT_EQ (qv::wire::get_u32 (reply.payload), 0x01000400u);
+
+    // An unknown code and a request the model stalls on, back to back.
+    auto unknown = request (0x00220010, 8, 0, {});
+    auto stalled = request (qv::wire::vendor_request, 9, 11, { 0xC0, 0x99, 0, 0, 0, 0, 3, 0, 0, 0, 0 });
+    unknown.insert (unknown.end(), stalled.begin(), stalled.end());
+    responses = s.receive (unknown.data(), unknown.size());
+    ASSERT_EQ (responses.size(), 2u);
+    ASSERT_EQ (qv::wire::parse_frame (responses[0].reply.data(), responses[0].reply.size(), reply),
+               qv::wire::parse_result::complete);
+    EXPECT_EQ (reply.word, std::uint32_t (EINVAL));
+    ASSERT_EQ (qv::wire::parse_frame (responses[1].reply.data(), responses[1].reply.size(), reply),
+               qv::wire::parse_result::complete);
+    EXPECT_EQ (reply.word, std::uint32_t (EIO));
+    EXPECT_FALSE (responses[1].hang_up);
+
+    // A write reports what it changed.
+    std::vector<std::uint8_t> write { 0x40, 0x4E, 0, 0, 0, 0, 16, 0 };
+    write.insert (write.end(), model.block, model.block + 16);
+    write[8 + 10] = 255;
+    auto frame = request (qv::wire::vendor_request, 10, 24, write);
+    responses = s.receive (frame.data(), frame.size());
+    ASSERT_EQ (responses.size(), 1u);
+    EXPECT_TRUE (responses[0].wrote_block);
+    EXPECT_EQ (responses[0].changed_mask, 1u << 10);
+    EXPECT_EQ (model.block[10], 255);
+
+    // An absurd length cannot be skipped: the session gives up on the stream.
+    auto huge = request (qv::wire::vendor_request, 11, 24, {});
+    huge[17] = 0xFF; // length 0xFF00
+    responses = s.receive (huge.data(), huge.size());
+    ASSERT_EQ (responses.size(), 1u);
+    EXPECT_TRUE (responses[0].hang_up);
+    EXPECT_TRUE (s.receive (version.data(), version.size()).empty());
+}
+
+TEST (veltrano_virtual, the_client_tells_late_and_foreign_replies_apart)
+{
+    qv::wire::frame reply;
+    reply.code = qv::wire::vendor_request;
+    reply.sequence = 5;
+    reply.length = 24;
+    EXPECT_EQ (qv::wire::judge_reply (reply, qv::wire::vendor_request, 5, 24), qv::wire::reply_verdict::answer);
+    EXPECT_EQ (qv::wire::judge_reply (reply, qv::wire::vendor_request, 6, 24), qv::wire::reply_verdict::stale);
+    EXPECT_EQ (qv::wire::judge_reply (reply, qv::wire::vendor_request, 4, 24), qv::wire::reply_verdict::mismatch);
+    EXPECT_EQ (qv::wire::judge_reply (reply, qv::wire::driver_version, 5, 24), qv::wire::reply_verdict::mismatch);
+    EXPECT_EQ (qv::wire::judge_reply (reply, qv::wire::vendor_request, 5, 11), qv::wire::reply_verdict::mismatch)
+        << "more bytes than asked for";
+    reply.word = EIO;
+    EXPECT_EQ (qv::wire::judge_reply (reply, qv::wire::vendor_request, 5, 24), qv::wire::reply_verdict::mismatch)
+        << "a failure carries no data";
+
+    std::vector<std::uint8_t> bytes = qv::wire::encode (qv::wire::hello, 0, 0, nullptr, 0);
+    EXPECT_EQ (qv::wire::parse_frame (bytes.data(), 3, reply), qv::wire::parse_result::incomplete);
+    bytes[0] ^= 1;
+    EXPECT_EQ (qv::wire::parse_frame (bytes.data(), 4, reply), qv::wire::parse_result::malformed);
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+// Real veltrano-virtual processes for tests on Linux, each test on a bus folder of
+// its own (KELTO_VIRTUAL_BUS points at it while the test runs).
+
+#if ! defined(_WIN32)
+
+#include <functional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+class temporary_bus
+{
+public:
+    temporary_bus();  // a fresh 0700 folder, made the bus for this process
+    ~temporary_bus(); // removes it and restores the previous bus setting
+
+    temporary_bus (const temporary_bus&) = delete;
+    temporary_bus& operator= (const temporary_bus&) = delete;
+
+    const std::string& folder() const { return path; }
+    std::string interface_path (const std::string& name) const { return path + "/" + name; }
+
+private:
+    std::string path;
+    std::string previous;
+    bool had_previous = false;
+};
+
+class virtual_interface
+{
+public:
+    // Starts veltrano-virtual --name NAME --state-file ... plus `options` and waits
+    // until it is plugged in. Throws std::runtime_error when it does not come up.
+    virtual_interface (const temporary_bus& bus, const std::string& name, std::vector<std::string> options = {});
+    ~virtual_interface(); // unplugs it if it still runs
+
+    virtual_interface (const virtual_interface&) = delete;
+    virtual_interface& operator= (const virtual_interface&) = delete;
+
+    // Sends `signal`, then waits for the exit; returns the exit status (-1 when it had
+    // to be killed).
+    int unplug (int signal = 15 /* SIGTERM */);
+    // Waits for an exit the interface makes by itself; -1 when it still runs after `ms`.
+    int wait_for_exit (int ms);
+    bool running();
+
+    const std::string& path() const { return socket_path; }
+    std::vector<int> block() const; // from the state file
+    std::string state() const;      // the whole state file
+    std::string output() const;     // what it printed so far
+
+    static std::string program(); // the veltrano-virtual binary
+
+private:
+    std::string socket_path, state_path, output_path, work_folder;
+    pid_t pid = -1;
+    int status = -1;
+};
+
+// Runs the JUCE message loop until `done` holds or `ms` pass; returns `done()`.
+bool pump_until (const std::function<bool()>& done, int ms);
+// Runs the message loop for `ms`.
+void pump_for (int ms);
+
+#endif

@@ -1,0 +1,260 @@
+#include "host.h"
+
+#include "device/posix/bus.h"
+#include "device/qv/result.h"
+#include "device/posix/wire.h"
+#include "session.h"
+#include "state_file.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <poll.h>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace
+{
+volatile std::sig_atomic_t stop_requested = 0;
+
+void request_stop (int) { stop_requested = 1; }
+
+std::runtime_error system_error (const std::string& what, int code = errno)
+{
+    return std::runtime_error (what + ": " + std::strerror (code));
+}
+
+sockaddr_un address_of (const std::string& path)
+{
+    sockaddr_un address {};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path)
+        throw std::runtime_error ("socket path too long (" + std::to_string (path.size()) + " bytes): " + path);
+    std::memcpy (address.sun_path, path.c_str(), path.size() + 1);
+    return address;
+}
+
+// True when a host answers at `path`; false for a socket left behind by a killed one.
+bool someone_listens (const std::string& path)
+{
+    const auto address = address_of (path);
+    const int probe = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const bool live = probe >= 0 && (::connect (probe, reinterpret_cast<const sockaddr*> (&address), sizeof address) == 0
+                                     || errno == EAGAIN);
+    if (probe >= 0)
+        ::close (probe);
+    return live;
+}
+
+bool hung_up (int fd)
+{
+    pollfd p { fd, POLLRDHUP, 0 };
+    return ::poll (&p, 1, 0) > 0 && (p.revents & (POLLRDHUP | POLLHUP | POLLERR)) != 0;
+}
+
+void send_frame (int fd, const std::vector<std::uint8_t>& bytes)
+{
+    // Frames are small; a client that does not read them loses them.
+    std::size_t sent = 0;
+    while (sent < bytes.size())
+    {
+        const ssize_t n = ::send (fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return;
+        sent += static_cast<std::size_t> (n);
+    }
+}
+} // namespace
+
+void install_unplug_signals()
+{
+    struct sigaction action {};
+    action.sa_handler = request_stop;
+    sigemptyset (&action.sa_mask);
+    action.sa_flags = 0; // no SA_RESTART: poll and nanosleep return at once
+    ::sigaction (SIGINT, &action, nullptr);
+    ::sigaction (SIGTERM, &action, nullptr);
+    std::signal (SIGPIPE, SIG_IGN);
+}
+
+host::host (options s) : settings (std::move (s))
+{
+    std::string folder;
+    const std::string wanted = settings.bus.empty() ? qv::bus::configured_folder() : settings.bus;
+    try
+    {
+        folder = qv::bus::open_folder (wanted);
+    }
+    catch (qv::os_result code)
+    {
+        throw std::runtime_error ("bus folder " + wanted + " refused: " + std::strerror (static_cast<int> (code))
+                                  + (code == EPERM ? " (owned by another user)"
+                                     : code == EACCES ? " (others may write to it; it must be mode 0700)"
+                                                      : ""));
+    }
+    if (settings.name.empty())
+        settings.name = "veltrano-" + std::to_string (::getpid());
+    socket_path = folder + "/" + settings.name;
+    const std::string hidden = folder + "/." + settings.name + "." + std::to_string (::getpid());
+    address_of (socket_path); // refuses a name too long for a socket address
+    auto hidden_address = address_of (hidden);
+
+    struct stat existing {};
+    if (::lstat (socket_path.c_str(), &existing) == 0)
+    {
+        if (! S_ISSOCK (existing.st_mode))
+            throw std::runtime_error (socket_path + " exists and is not an interface socket");
+        if (someone_listens (socket_path))
+            throw std::runtime_error ("an interface named " + settings.name + " is plugged in already");
+        ::unlink (socket_path.c_str()); // left behind by a host that was killed
+    }
+
+    listener = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (listener < 0)
+        throw system_error ("socket");
+    ::unlink (hidden.c_str());
+    if (::bind (listener, reinterpret_cast<const sockaddr*> (&hidden_address), sizeof hidden_address) != 0
+        || ::listen (listener, 8) != 0)
+    {
+        const auto error = system_error ("cannot listen at " + hidden);
+        ::close (listener);
+        ::unlink (hidden.c_str());
+        throw error;
+    }
+    // The state is there before the interface is: a test that sees the socket can read it.
+    save_state();
+    // The rename is the plug-in; link-then-unlink would leave a window with two names.
+    if (::rename (hidden.c_str(), socket_path.c_str()) != 0)
+    {
+        const auto error = system_error ("cannot plug in at " + socket_path);
+        ::close (listener);
+        ::unlink (hidden.c_str());
+        throw error;
+    }
+}
+
+host::~host()
+{
+    drop_client();
+    if (listener >= 0)
+    {
+        ::unlink (socket_path.c_str());
+        ::close (listener);
+    }
+}
+
+void host::run()
+{
+    while (stop_requested == 0)
+    {
+        pollfd fds[2] = { { listener, POLLIN, 0 }, { client, POLLIN | POLLRDHUP, 0 } };
+        const int ready = ::poll (fds, client >= 0 ? 2 : 1, -1);
+        if (ready < 0)
+        {
+            if (errno == EINTR)
+                continue;
+            throw system_error ("poll");
+        }
+        if (client >= 0 && fds[1].revents != 0)
+            serve_client();
+        if (stop_requested == 0 && (fds[0].revents & POLLIN) != 0)
+            accept_client();
+    }
+}
+
+void host::accept_client()
+{
+    const int incoming = ::accept4 (listener, nullptr, nullptr, SOCK_CLOEXEC);
+    if (incoming < 0)
+        return;
+    // A client that has left but not been noticed yet no longer holds the interface.
+    if (client >= 0 && hung_up (client))
+        drop_client();
+    if (client >= 0)
+    {
+        send_frame (incoming, qv::wire::encode (qv::wire::hello, 0, EBUSY, nullptr, 0));
+        ::close (incoming);
+        return;
+    }
+    client = incoming;
+    conversation = std::make_unique<session> (settings.model);
+    send_frame (client, qv::wire::encode (qv::wire::hello, 0, 0, nullptr, 0));
+}
+
+void host::serve_client()
+{
+    std::uint8_t chunk[1024];
+    const ssize_t n = ::recv (client, chunk, sizeof chunk, MSG_DONTWAIT);
+    if (n < 0 && (errno == EAGAIN || errno == EINTR))
+        return;
+    if (n <= 0)
+    {
+        drop_client(); // gone, possibly in the middle of a frame
+        return;
+    }
+    for (auto& r : conversation->receive (chunk, static_cast<std::size_t> (n)))
+    {
+        if (settings.model.faults.reply_delay_ms > 0 && ! pause (settings.model.faults.reply_delay_ms))
+            return;
+        if (r.vanish)
+        {
+            std::printf ("vanished after %u requests\n", settings.model.answered);
+            std::fflush (stdout);
+            stop_requested = 1;
+            return;
+        }
+        // The write is on record before it is acknowledged.
+        if (r.wrote_block)
+        {
+            report_changes (r.changed_mask, r.before);
+            save_state();
+        }
+        send_frame (client, r.reply);
+        if (r.hang_up)
+        {
+            std::printf ("dropped a client that sent a malformed frame\n");
+            std::fflush (stdout);
+            drop_client();
+            return;
+        }
+    }
+}
+
+void host::drop_client()
+{
+    conversation.reset();
+    if (client >= 0)
+        ::close (client);
+    client = -1;
+}
+
+void host::report_changes (std::uint32_t mask, const std::uint8_t* before)
+{
+    for (unsigned i = 0; i < VV_BLOCK_SIZE; ++i)
+        if ((mask & (1u << i)) != 0)
+            std::printf ("byte %u (%s): %u -> %u\n", i, vv_parameter_name (i), before[i], settings.model.block[i]);
+    std::fflush (stdout);
+}
+
+void host::save_state()
+{
+    if (! settings.state_file.empty()
+        && ! write_state_file (settings.state_file, settings.name, socket_path, settings.model))
+        std::fprintf (stderr, "veltrano-virtual: cannot write %s: %s\n", settings.state_file.c_str(), std::strerror (errno));
+}
+
+bool host::pause (std::uint32_t ms)
+{
+    timespec left { static_cast<time_t> (ms / 1000), static_cast<long> (ms % 1000) * 1000000L };
+    while (::nanosleep (&left, &left) != 0 && errno == EINTR)
+        if (stop_requested != 0)
+            return false;
+    return stop_requested == 0;
+}
