@@ -98,6 +98,8 @@ static int list_paths (char paths[][512], int capacity)
         DWORD needed = 0;
         SetupDiGetDeviceInterfaceDetailA (set, &data, NULL, 0, &needed, NULL);
         SP_DEVICE_INTERFACE_DETAIL_DATA_A* detail = malloc (needed);
+        if (detail == NULL)
+            break;
         detail->cbSize = sizeof *detail;
         if (SetupDiGetDeviceInterfaceDetailA (set, &data, detail, needed, NULL, NULL))
             snprintf (paths[count++], 512, "%s", detail->DevicePath);
@@ -310,7 +312,7 @@ static void faults (void)
     {
         HANDLE h = open_interface (vanishing.path);
         check (firmware (h, reply) && !firmware (h, reply), "--vanish-after 1: one request answered, then failure");
-        check (wait_until_unlisted (vanishing.path, 10000), "the vanished interface leaves SetupDi");
+        check (wait_until_unlisted (vanishing.path, 30000), "the vanished interface leaves SetupDi");
         CloseHandle (h);
     }
 }
@@ -342,8 +344,8 @@ static void cycles (void)
     {
         char command[32], out[1024];
         unsigned number = 0;
-        ok = run ("plug --wait-ms 5000", out, sizeof out) == 0 && sscanf (out, "%u", &number) == 1;
-        snprintf (command, sizeof command, "unplug %u --wait-ms 5000", number);
+        ok = run ("plug --wait-ms 30000", out, sizeof out) == 0 && sscanf (out, "%u", &number) == 1;
+        snprintf (command, sizeof command, "unplug %u --wait-ms 30000", number);
         ok = ok && run (command, out, sizeof out) == 0;
     }
     const ULONGLONG elapsed = GetTickCount64 () - start;

@@ -30,18 +30,15 @@ static NTSTATUS pass_down (struct bus_extension* bus, IRP* irp, NTSTATUS status)
     return IoCallDriver (bus->lower, irp);
 }
 
-void bus_forget_child (struct bus_extension* bus, struct child_extension* child)
+void bus_detach_child (struct bus_extension* bus, DEVICE_OBJECT* child)
 {
     for (unsigned i = 0; i < bus->count; ++i)
-        if (bus->children[i] == child->self)
+        if (bus->children[i] == child)
         {
             bus->children[i] = bus->children[--bus->count];
             bus->children[bus->count] = NULL;
-            break;
+            return;
         }
-    child_disable_interface (child);
-    RtlFreeUnicodeString (&child->interface_name);
-    IoDeleteDevice (child->self);
 }
 
 static struct child_extension* find_child (struct bus_extension* bus, uint32_t number)
@@ -59,48 +56,51 @@ static struct child_extension* find_child (struct bus_extension* bus, uint32_t n
    before the system ever saw them are deleted here: no removal will come for them. */
 static NTSTATUS report_children (struct bus_extension* bus, IRP* irp)
 {
-    bus_lock (bus);
+    DEVICE_RELATIONS* relations = ExAllocatePoolWithTag (
+        PagedPool, sizeof (DEVICE_RELATIONS) + VVB_MAX_CHILDREN * sizeof (DEVICE_OBJECT*),
+        VVB_POOL_TAG);
+    if (relations == NULL)
+        return complete_request (irp, STATUS_INSUFFICIENT_RESOURCES, 0);
+    relations->Count = 0;
+
+    DEVICE_OBJECT* unseen[VVB_MAX_CHILDREN];
+    unsigned unseen_count = 0;
+    const KIRQL irql = bus_lock (bus);
     for (unsigned i = 0; i < bus->count;)
     {
         struct child_extension* child = bus->children[i]->DeviceExtension;
         if (!child->present && !child->reported)
-            bus_forget_child (bus, child);
-        else
-            ++i;
-    }
-    unsigned present = 0;
-    for (unsigned i = 0; i < bus->count; ++i)
-        present += ((struct child_extension*) bus->children[i]->DeviceExtension)->present;
-
-    DEVICE_RELATIONS* relations = ExAllocatePoolWithTag (
-        PagedPool, sizeof (DEVICE_RELATIONS) + present * sizeof (DEVICE_OBJECT*), VVB_POOL_TAG);
-    if (relations == NULL)
-    {
-        bus_unlock (bus);
-        return complete_request (irp, STATUS_INSUFFICIENT_RESOURCES, 0);
-    }
-    relations->Count = 0;
-    for (unsigned i = 0; i < bus->count; ++i)
-    {
-        struct child_extension* child = bus->children[i]->DeviceExtension;
-        if (!child->present)
+        {
+            unseen[unseen_count++] = child->self;
+            bus_detach_child (bus, child->self);
             continue;
-        child->reported = TRUE;
-        ObReferenceObject (child->self);
-        relations->Objects[relations->Count++] = child->self;
+        }
+        if (child->present)
+        {
+            child->reported = TRUE;
+            ObReferenceObject (child->self);
+            relations->Objects[relations->Count++] = child->self;
+        }
+        ++i;
     }
-    bus_unlock (bus);
+    bus_unlock (bus, irql);
 
+    for (unsigned i = 0; i < unseen_count; ++i)
+        child_destroy (unseen[i]->DeviceExtension);
     irp->IoStatus.Information = (ULONG_PTR) relations;
     return pass_down (bus, irp, STATUS_SUCCESS);
 }
 
 static NTSTATUS remove_bus (struct bus_extension* bus, IRP* irp)
 {
-    bus_lock (bus);
-    while (bus->count > 0)
-        bus_forget_child (bus, bus->children[0]->DeviceExtension);
-    bus_unlock (bus);
+    DEVICE_OBJECT* children[VVB_MAX_CHILDREN];
+    const KIRQL irql = bus_lock (bus);
+    const unsigned count = bus->count;
+    RtlCopyMemory (children, bus->children, count * sizeof *children);
+    bus->count = 0;
+    bus_unlock (bus, irql);
+    for (unsigned i = 0; i < count; ++i)
+        child_destroy (children[i]->DeviceExtension);
 
     UNICODE_STRING link;
     RtlInitUnicodeString (&link, VVB_LINK_NAME);
@@ -148,16 +148,17 @@ NTSTATUS bus_pnp (struct bus_extension* bus, IRP* irp)
 
 NTSTATUS bus_unplug (struct bus_extension* bus, uint32_t number)
 {
-    bus_lock (bus);
+    const KIRQL irql = bus_lock (bus);
     struct child_extension* child = find_child (bus, number);
-    if (child == NULL || !child->present)
+    const BOOLEAN found = child != NULL && child->present;
+    if (found)
     {
-        bus_unlock (bus);
-        return STATUS_NO_SUCH_DEVICE;
+        child->present = FALSE;
+        child->state = VVB_CHILD_LEAVING;
     }
-    child->present = FALSE;
-    child->state = VVB_CHILD_LEAVING;
-    bus_unlock (bus);
+    bus_unlock (bus, irql);
+    if (!found)
+        return STATUS_NO_SUCH_DEVICE;
     IoInvalidateDeviceRelations (bus->pdo, BusRelations);
     return STATUS_SUCCESS;
 }
@@ -173,33 +174,40 @@ static NTSTATUS plug (struct bus_extension* bus, const struct vvb_plug* plug, ui
 {
     if (!valid_plug (plug))
         return STATUS_INVALID_PARAMETER;
-    bus_lock (bus);
-    if (bus->count >= VVB_MAX_CHILDREN)
+    KIRQL irql = bus_lock (bus);
+    const BOOLEAN full = bus->count >= VVB_MAX_CHILDREN;
+    if (!full)
+        *number = bus->next_number++;
+    bus_unlock (bus, irql);
+    if (full)
+        return STATUS_INSUFFICIENT_RESOURCES;
+
+    DEVICE_OBJECT* pdo = NULL;
+    const NTSTATUS status = child_create_device (bus, *number, plug, &pdo);
+    if (!NT_SUCCESS (status))
+        return status;
+    irql = bus_lock (bus);
+    const BOOLEAN added = bus->count < VVB_MAX_CHILDREN;
+    if (added)
+        bus->children[bus->count++] = pdo;
+    bus_unlock (bus, irql);
+    if (!added)
     {
-        bus_unlock (bus);
+        IoDeleteDevice (pdo);
         return STATUS_INSUFFICIENT_RESOURCES;
     }
-    DEVICE_OBJECT* pdo = NULL;
-    const NTSTATUS status = child_create_device (bus, bus->next_number, plug, &pdo);
-    if (NT_SUCCESS (status))
-    {
-        *number = bus->next_number++;
-        bus->children[bus->count++] = pdo;
-    }
-    bus_unlock (bus);
-    if (NT_SUCCESS (status))
-        IoInvalidateDeviceRelations (bus->pdo, BusRelations);
-    return status;
+    IoInvalidateDeviceRelations (bus->pdo, BusRelations);
+    return STATUS_SUCCESS;
 }
 
 static NTSTATUS list (struct bus_extension* bus, uint8_t* buffer, ULONG capacity, ULONG* length)
 {
-    bus_lock (bus);
+    const KIRQL irql = bus_lock (bus);
     const ULONG needed =
         sizeof (struct vvb_list_header) + bus->count * sizeof (struct vvb_child_info);
     if (capacity < needed)
     {
-        bus_unlock (bus);
+        bus_unlock (bus, irql);
         return STATUS_BUFFER_TOO_SMALL;
     }
     struct vvb_list_header* header = (struct vvb_list_header*) buffer;
@@ -216,18 +224,18 @@ static NTSTATUS list (struct bus_extension* bus, uint8_t* buffer, ULONG capacity
         info[i].driver_version = child->model.driver_version;
         info[i].answered = child->model.answered;
     }
-    bus_unlock (bus);
+    bus_unlock (bus, irql);
     *length = needed;
     return STATUS_SUCCESS;
 }
 
 static NTSTATUS read_block (struct bus_extension* bus, uint32_t number, uint8_t* block)
 {
-    bus_lock (bus);
+    const KIRQL irql = bus_lock (bus);
     const struct child_extension* child = find_child (bus, number);
     if (child != NULL)
         RtlCopyMemory (block, child->model.block, VV_BLOCK_SIZE);
-    bus_unlock (bus);
+    bus_unlock (bus, irql);
     return child != NULL ? STATUS_SUCCESS : STATUS_NO_SUCH_DEVICE;
 }
 

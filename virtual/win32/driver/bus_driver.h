@@ -23,12 +23,16 @@ struct bus_extension
     DEVICE_OBJECT* self;
     DEVICE_OBJECT* lower;
     DEVICE_OBJECT* pdo;
-    KMUTEX lock;
+    /* A spin lock, held only to copy state: wine's kernel mutexes can lose a wake-up
+       between its request thread and its plug-and-play thread. */
+    KSPIN_LOCK lock;
     uint32_t next_number;
     unsigned count;
     DEVICE_OBJECT* children[VVB_MAX_CHILDREN];
 };
 
+/* Plug-and-play requests arrive one at a time, so the interface fields are touched
+   only there; everything else is under the bus's lock. */
 struct child_extension
 {
     enum node_kind kind;
@@ -45,14 +49,16 @@ struct child_extension
     struct vv_model model;
 };
 
-static inline void bus_lock (struct bus_extension* bus)
+static inline KIRQL bus_lock (struct bus_extension* bus)
 {
-    KeWaitForSingleObject (&bus->lock, Executive, KernelMode, FALSE, NULL);
+    KIRQL irql;
+    KeAcquireSpinLock (&bus->lock, &irql);
+    return irql;
 }
 
-static inline void bus_unlock (struct bus_extension* bus)
+static inline void bus_unlock (struct bus_extension* bus, KIRQL irql)
 {
-    KeReleaseMutex (&bus->lock, FALSE);
+    KeReleaseSpinLock (&bus->lock, irql);
 }
 
 NTSTATUS complete_request (IRP* irp, NTSTATUS status, ULONG_PTR information);
@@ -60,18 +66,18 @@ NTSTATUS complete_request (IRP* irp, NTSTATUS status, ULONG_PTR information);
 NTSTATUS bus_pnp (struct bus_extension* bus, IRP* irp);
 NTSTATUS bus_control (struct bus_extension* bus, IRP* irp);
 
-/* Takes a child off the bus and asks the system to remove it. Call without the lock. */
+/* Takes a child off the bus and asks the system to remove it. */
 NTSTATUS bus_unplug (struct bus_extension* bus, uint32_t number);
 
-/* Drops the bus's record of a child the system has removed or never saw, and deletes
-   its device object. Call with the lock held. */
-void bus_forget_child (struct bus_extension* bus, struct child_extension* child);
+/* Drops a child from the bus's list. Call with the lock held. */
+void bus_detach_child (struct bus_extension* bus, DEVICE_OBJECT* child);
 
 NTSTATUS child_create_device (struct bus_extension* bus, uint32_t number,
-                             const struct vvb_plug* plug, DEVICE_OBJECT** pdo);
+                              const struct vvb_plug* plug, DEVICE_OBJECT** pdo);
+/* Withdraws the interface and deletes the device object of a detached child. */
+void child_destroy (struct child_extension* child);
 NTSTATUS child_pnp (struct child_extension* child, IRP* irp);
 NTSTATUS child_open_close (struct child_extension* child, IRP* irp);
 NTSTATUS child_control (struct child_extension* child, IRP* irp);
-void child_disable_interface (struct child_extension* child);
 
 #endif

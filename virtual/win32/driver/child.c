@@ -59,7 +59,7 @@ NTSTATUS child_create_device (struct bus_extension* bus, uint32_t number,
     return STATUS_SUCCESS;
 }
 
-void child_disable_interface (struct child_extension* child)
+static void disable_interface (struct child_extension* child)
 {
     if (child->interface_on)
     {
@@ -68,13 +68,34 @@ void child_disable_interface (struct child_extension* child)
     }
 }
 
+void child_destroy (struct child_extension* child)
+{
+    disable_interface (child);
+    RtlFreeUnicodeString (&child->interface_name);
+    IoDeleteDevice (child->self);
+}
+
+static BOOLEAN still_present (struct child_extension* child)
+{
+    const KIRQL irql = bus_lock (child->bus);
+    const BOOLEAN present = child->present;
+    bus_unlock (child->bus, irql);
+    return present;
+}
+
+static void set_state (struct child_extension* child, enum vvb_child_state state)
+{
+    const KIRQL irql = bus_lock (child->bus);
+    child->state = child->present ? state : VVB_CHILD_LEAVING;
+    bus_unlock (child->bus, irql);
+}
+
 static NTSTATUS start (struct child_extension* child)
 {
+    if (!still_present (child))
+        return STATUS_NO_SUCH_DEVICE;
     NTSTATUS status = STATUS_SUCCESS;
-    bus_lock (child->bus);
-    if (!child->present)
-        status = STATUS_NO_SUCH_DEVICE;
-    if (NT_SUCCESS (status) && child->interface_name.Buffer == NULL)
+    if (child->interface_name.Buffer == NULL)
         status = IoRegisterDeviceInterface (child->self, &interface_class, NULL,
                                             &child->interface_name);
     if (NT_SUCCESS (status) && !child->interface_on)
@@ -83,41 +104,26 @@ static NTSTATUS start (struct child_extension* child)
         child->interface_on = NT_SUCCESS (status);
     }
     if (NT_SUCCESS (status))
-        child->state = VVB_CHILD_STARTED;
-    bus_unlock (child->bus);
+        set_state (child, VVB_CHILD_STARTED);
     return status;
-}
-
-static void surprise_removal (struct child_extension* child)
-{
-    bus_lock (child->bus);
-    child_disable_interface (child);
-    child->state = child->present ? VVB_CHILD_PLUGGED : VVB_CHILD_LEAVING;
-    bus_unlock (child->bus);
 }
 
 /* A child still on the bus only stops (its bus is going away); one that was unplugged
    is deleted once the requests in flight on it are done. */
 static NTSTATUS remove (struct child_extension* child, IRP* irp)
 {
-    bus_lock (child->bus);
-    const BOOLEAN present = child->present;
-    if (present)
-    {
-        child_disable_interface (child);
-        child->state = VVB_CHILD_PLUGGED;
-    }
-    bus_unlock (child->bus);
-    if (present)
+    disable_interface (child);
+    set_state (child, VVB_CHILD_PLUGGED);
+    if (still_present (child))
         return complete_request (irp, STATUS_SUCCESS, 0);
 
     IoAcquireRemoveLock (&child->remove_lock, irp);
     IoReleaseRemoveLockAndWait (&child->remove_lock, irp);
+    const KIRQL irql = bus_lock (child->bus);
+    bus_detach_child (child->bus, child->self);
+    bus_unlock (child->bus, irql);
     complete_request (irp, STATUS_SUCCESS, 0);
-    struct bus_extension* bus = child->bus;
-    bus_lock (bus);
-    bus_forget_child (bus, child);
-    bus_unlock (bus);
+    child_destroy (child);
     return STATUS_SUCCESS;
 }
 
@@ -206,7 +212,8 @@ NTSTATUS child_pnp (struct child_extension* child, IRP* irp)
     case IRP_MN_CANCEL_REMOVE_DEVICE:
         return complete_request (irp, STATUS_SUCCESS, 0);
     case IRP_MN_SURPRISE_REMOVAL:
-        surprise_removal (child);
+        disable_interface (child);
+        set_state (child, VVB_CHILD_PLUGGED);
         return complete_request (irp, STATUS_SUCCESS, 0);
     case IRP_MN_REMOVE_DEVICE:
         return remove (child, irp);
@@ -230,7 +237,12 @@ NTSTATUS child_open_close (struct child_extension* child, IRP* irp)
     FILE_OBJECT* file = stack->FileObject;
     NTSTATUS status = STATUS_SUCCESS;
 
-    bus_lock (child->bus);
+    /* Closing never fails; opening a child on its way out does. */
+    if (!NT_SUCCESS (IoAcquireRemoveLock (&child->remove_lock, irp)))
+        return complete_request (irp, stack->MajorFunction == IRP_MJ_CREATE ? STATUS_DELETE_PENDING
+                                                                          : STATUS_SUCCESS,
+                                 0);
+    const KIRQL irql = bus_lock (child->bus);
     if (stack->MajorFunction == IRP_MJ_CREATE)
     {
         if (!child->present || child->state != VVB_CHILD_STARTED)
@@ -244,7 +256,8 @@ NTSTATUS child_open_close (struct child_extension* child, IRP* irp)
     {
         child->owner = NULL;
     }
-    bus_unlock (child->bus);
+    bus_unlock (child->bus, irql);
+    IoReleaseRemoveLock (&child->remove_lock, irp);
     return complete_request (irp, status, 0);
 }
 
@@ -269,14 +282,13 @@ NTSTATUS child_control (struct child_extension* child, IRP* irp)
 
     const IO_STACK_LOCATION* stack = IoGetCurrentIrpStackLocation (irp);
     NTSTATUS status = STATUS_SUCCESS;
-    uint32_t delay_ms = 0;
-    bus_lock (child->bus);
+    KIRQL irql = bus_lock (child->bus);
     if (!child->present || child->state != VVB_CHILD_STARTED)
         status = STATUS_DEVICE_REMOVED;
     else if (child->owner != stack->FileObject)
         status = STATUS_SHARING_VIOLATION;
-    delay_ms = child->model.faults.reply_delay_ms;
-    bus_unlock (child->bus);
+    const uint32_t delay_ms = child->model.faults.reply_delay_ms;
+    bus_unlock (child->bus, irql);
 
     if (NT_SUCCESS (status) && delay_ms > 0)
     {
@@ -290,7 +302,7 @@ NTSTATUS child_control (struct child_extension* child, IRP* irp)
     if (NT_SUCCESS (status))
     {
         uint32_t changed = 0;
-        bus_lock (child->bus);
+        irql = bus_lock (child->bus);
         if (child->present)
             result = vv_model_request (&child->model, stack->Parameters.DeviceIoControl.IoControlCode,
                                        irp->AssociatedIrp.SystemBuffer,
@@ -299,7 +311,7 @@ NTSTATUS child_control (struct child_extension* child, IRP* irp)
                                        &changed);
         else
             result = VV_VANISHED;
-        bus_unlock (child->bus);
+        bus_unlock (child->bus, irql);
         status = status_of (result);
     }
     const uint32_t number = child->number;

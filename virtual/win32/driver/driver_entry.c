@@ -29,7 +29,7 @@ static NTSTATUS add_device (DRIVER_OBJECT* driver, DEVICE_OBJECT* pdo)
     bus->self = self;
     bus->pdo = pdo;
     bus->next_number = 1;
-    KeInitializeMutex (&bus->lock, 0);
+    KeInitializeSpinLock (&bus->lock);
 
     status = IoCreateSymbolicLink (&link, &name);
     if (!NT_SUCCESS (status))

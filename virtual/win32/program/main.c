@@ -20,7 +20,7 @@ enum exit_code
     EXIT_TIMEOUT = 3
 };
 
-#define DEFAULT_WAIT_MS 10000u
+#define DEFAULT_WAIT_MS 30000u
 
 static const char usage[] =
     "usage: veltrano-virtual COMMAND [OPTIONS]\n"
@@ -38,7 +38,7 @@ static const char usage[] =
     "        print interface N's 16-byte parameter block as decimal numbers\n"
     "  --help\n"
     "\n"
-    "Defaults: firmware 1.1.1, driver 1.0.4, gains at 0 dB, switches off, wait 10000 ms\n"
+    "Defaults: firmware 1.1.1, driver 1.0.4, gains at 0 dB, switches off, wait 30000 ms\n"
     "(also the longest wait for the bus itself, which wine starts with each session).\n"
     "Exit status: 0 done, 1 failed, 2 bad command line, 3 timed out waiting.\n";
 
