@@ -3,6 +3,7 @@
 #include "app/style.h"
 #include "app/translation.h"
 #include "app/window.h"
+#include "ui/error_report.h"
 
 namespace
 {
@@ -35,7 +36,7 @@ void application::initialise (const juce::String& commandLine)
     }
     catch (...)
     {
-        fail (juce::translate ("n/a"));
+        fail();
     }
 }
 
@@ -54,12 +55,17 @@ void application::start (const juce::String& commandLine)
     main_window = std::make_unique<window> (*root);
 }
 
-void application::fail (const juce::String& message)
+void application::fail()
 {
-    juce::AlertWindow::showOkCancelBox (juce::MessageBoxIconType::WarningIcon,
-                                        getApplicationName() + " " + juce::translate ("Exception"),
-                                        message, {}, {}, nullptr, nullptr);
+    show_failure_box (describe_failure (std::current_exception()));
     systemRequestedQuit();
+}
+
+void application::unhandledException (const std::exception*, const juce::String&, int)
+{
+    // JUCE calls this from inside its catch block around each dispatched event, so the
+    // failure that escaped a click is still the current exception here.
+    report_escaped_failure (std::current_exception());
 }
 
 void application::shutdown()

@@ -18,10 +18,11 @@ public:
     bool moreThanOneInstanceAllowed() override;
     void initialise (const juce::String& commandLine) override;
     void shutdown() override;
+    void unhandledException (const std::exception* e, const juce::String& sourceFilename, int lineNumber) override;
 
 private:
     void start (const juce::String& commandLine);
-    void fail (const juce::String& message);
+    void fail();
 
     std::unique_ptr<window> main_window;
 };

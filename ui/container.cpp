@@ -1,5 +1,7 @@
 #include "ui/container.h"
+#include "ui/view.h"
 
+#include <memory>
 #include <stdexcept>
 
 namespace
@@ -23,7 +25,46 @@ container::container (const juce::XmlElement& root)
     setIndent (0);
     addTab (juce::translate ("About"), findColour (juce::TabbedComponent::backgroundColourId, false),
             &about, false, -1);
+
+    // The driver listed the interfaces present while this class was not built yet.
+    for (auto& d : static_cast<qv::driver<os_result, device>&> (*this))
+        on_arrival (*d);
+
     setCurrentTabIndex (0);
 }
 
+// The About page goes first, then the driver with its devices, then the tabs with the
+// views still in them. The driver announces nothing on the way.
 container::~container() = default;
+
+juce::String container::title_of (const std::string& path)
+{
+    juce::String title;
+    title.preallocateBytes (path.size() * 2);
+    for (unsigned char c : path)
+        title += juce::String::charToString (static_cast<juce::juce_wchar> (c));
+    return title;
+}
+
+void container::on_arrival (device& d)
+{
+    auto page = std::make_unique<view> (page_element (*this, "device"), d);
+    d.page = page.get();
+    addTab (title_of (d), findColour (juce::TabbedComponent::backgroundColourId, false),
+            page.release(), true, getNumTabs() - 1);
+}
+
+void container::on_removal (device& d)
+{
+    for (int index = getNumTabs() - 1; index >= 0; --index)
+    {
+        if (getTabContentComponent (index) != d.page)
+            continue;
+
+        const bool shown = index == getCurrentTabIndex();
+        removeTab (index);
+        if (shown)
+            setCurrentTabIndex (0);
+        return;
+    }
+}

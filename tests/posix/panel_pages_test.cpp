@@ -1,0 +1,368 @@
+// The controls and the device page against real virtual interfaces: what a click does
+// to the interface's block, the firmware gate, the version line and layout switching.
+#include "app/skin_root.h"
+#include "skin/image_lookup.h"
+#include "skin/translation_tables.h"
+#include "tests/support/virtual_interface.h"
+#include "ui/button.h"
+#include "ui/view.h"
+
+#include <gtest/gtest.h>
+
+
+namespace
+{
+    // A translation for one test; English again afterwards.
+    struct translated
+    {
+        explicit translated (const juce::String& table) { juce::LocalisedStrings::setCurrentMappings (new juce::LocalisedStrings (table, true)); }
+        ~translated() { juce::LocalisedStrings::setCurrentMappings (nullptr); }
+    };
+
+    using device_list = qv::driver<os_result, device>;
+
+    std::vector<std::string> block_option (std::vector<int> bytes)
+    {
+        std::string values;
+        for (int v : bytes)
+            values += (values.empty() ? "" : " ") + std::to_string (v);
+        return { "--block", values };
+    }
+
+    std::vector<std::string> with (std::vector<std::string> a, const std::vector<std::string>& b)
+    {
+        a.insert (a.end(), b.begin(), b.end());
+        return a;
+    }
+
+    // Every byte 0 except the ones given.
+    std::vector<int> block_with (std::initializer_list<std::pair<int, int>> set)
+    {
+        std::vector<int> bytes (16, 0);
+        for (auto& [index, value] : set)
+            bytes[(std::size_t) index] = value;
+        return bytes;
+    }
+
+    const juce::XmlElement& skin_control (const juce::XmlElement& root, const char* layout, const char* tag)
+    {
+        return *root.getChildByName ("device")->getChildByName (layout)->getChildByName (tag);
+    }
+
+    // Stands in for the modal menu, which needs a display, and records that it ran.
+    class scripted_menu
+    {
+    public:
+        explicit scripted_menu (int choice)
+        {
+            button::show_menu = [this, choice] (juce::PopupMenu& menu) {
+                shown.push_back (menu.getNumItems());
+                return choice;
+            };
+        }
+        ~scripted_menu() { button::show_menu = [] (juce::PopupMenu& m) { return m.show(); }; }
+        std::vector<int> shown;
+    };
+
+    template <class F>
+    std::int64_t thrown_code (F&& f)
+    {
+        try
+        {
+            f();
+        }
+        catch (os_result code)
+        {
+            return code;
+        }
+        return -1;
+    }
+
+    std::vector<juce::String> names_of (const view& page)
+    {
+        std::vector<juce::String> names;
+        for (auto* b : page)
+            names.push_back (b->getName());
+        return names;
+    }
+}
+
+class panel_controls : public ::testing::Test
+{
+protected:
+    std::unique_ptr<juce::XmlElement> root = parse_skin();
+    temporary_bus bus;
+};
+
+TEST_F (panel_controls, phantom_power_from_off_shows_on_and_writes_255_then_0)
+{
+    virtual_interface vi (bus, "a");
+    device_list list;
+    button phantom (skin_control (*root, "easy", "phantom_power_1"), *list.front());
+    EXPECT_FALSE (phantom.getToggleState());
+    EXPECT_EQ (phantom.parameter(), 10u);
+
+    phantom.clicked();
+    EXPECT_TRUE (phantom.getToggleState());
+    EXPECT_EQ (vi.block()[10], 255);
+
+    phantom.clicked();
+    EXPECT_FALSE (phantom.getToggleState());
+    EXPECT_EQ (vi.block()[10], 0);
+}
+
+TEST_F (panel_controls, a_switch_at_7_shows_off_writes_0_then_255)
+{
+    virtual_interface vi (bus, "a", block_option (block_with ({ { 8, 7 }, { 1, 40 } })));
+    device_list list;
+    button monitoring (skin_control (*root, "easy", "monitoring"), *list.front());
+    EXPECT_FALSE (monitoring.getToggleState());
+
+    monitoring.clicked();
+    EXPECT_FALSE (monitoring.getToggleState());
+    EXPECT_EQ (vi.block()[8], 0);
+    EXPECT_EQ (vi.block()[1], 40) << "the other bytes go back as the interface had them";
+
+    monitoring.clicked();
+    EXPECT_TRUE (monitoring.getToggleState());
+    EXPECT_EQ (vi.block()[8], 255);
+}
+
+TEST_F (panel_controls, min_and_max_attributes_replace_the_defaults)
+{
+    virtual_interface vi (bus, "a", block_option (block_with ({ { 9, 1 } })));
+    device_list list;
+    juce::XmlElement element (skin_control (*root, "easy", "highz"));
+    element.setAttribute ("min", "1");
+    element.setAttribute ("max", "258"); // truncated to 8 bits: 2
+    button highz (element, *list.front());
+    EXPECT_TRUE (highz.getToggleState());
+    EXPECT_EQ (highz.off_value(), 2);
+
+    highz.clicked();
+    EXPECT_EQ (vi.block()[9], 2);
+    EXPECT_FALSE (highz.getToggleState());
+    highz.clicked();
+    EXPECT_EQ (vi.block()[9], 1);
+    EXPECT_TRUE (highz.getToggleState());
+}
+
+TEST_F (panel_controls, a_chosen_gain_step_is_written_into_its_byte)
+{
+    virtual_interface vi (bus, "a");
+    device_list list;
+    button out12 (skin_control (*root, "expert", "level_out12"), *list.front());
+    EXPECT_TRUE (out12.is_menu());
+
+    scripted_menu menu (34); // "-3"
+    out12.clicked();
+    EXPECT_EQ (menu.shown, std::vector<int> { 41 });
+    EXPECT_EQ (vi.block()[1], 34);
+    EXPECT_FALSE (out12.getToggleState()) << "a menu button shows no value";
+}
+
+TEST_F (panel_controls, a_dismissed_menu_does_not_touch_the_interface)
+{
+    // Opening takes three requests; any fourth would fail.
+    virtual_interface vi (bus, "a", { "--fail-after", "3" });
+    device_list list;
+    button gain (skin_control (*root, "expert", "input_gain1"), *list.front());
+    const auto before = vi.block();
+
+    {
+        scripted_menu dismissed (0);
+        EXPECT_NO_THROW (gain.clicked());
+        EXPECT_EQ (dismissed.shown.size(), 1u);
+    }
+    {
+        scripted_menu step_of_256 (256); // low byte 0: nothing either
+        EXPECT_NO_THROW (gain.clicked());
+    }
+    EXPECT_EQ (vi.block(), before);
+
+    scripted_menu chosen (12);
+    EXPECT_NE (thrown_code ([&] { gain.clicked(); }), -1) << "a real choice does reach the interface";
+}
+
+TEST_F (panel_controls, a_failed_write_leaves_the_switch_showing_its_new_state)
+{
+    virtual_interface vi (bus, "a", { "--fail-after", "4" }); // the read passes, the write fails
+    device_list list;
+    button phantom (skin_control (*root, "easy", "phantom_power_2"), *list.front());
+    EXPECT_EQ (thrown_code ([&] { phantom.clicked(); }), EIO);
+    EXPECT_TRUE (phantom.getToggleState());
+    EXPECT_EQ (list.front()->parameters[11], 255);
+    EXPECT_EQ (vi.block()[11], 0);
+}
+
+TEST_F (panel_controls, skin_places_and_pictures_each_control)
+{
+    virtual_interface vi (bus, "a");
+    device_list list;
+    button headphone (skin_control (*root, "easy", "headphone"), *list.front());
+    EXPECT_EQ (headphone.getName(), "headphone");
+    EXPECT_EQ (headphone.getPosition(), juce::Point<int> (262, 103));
+    EXPECT_EQ (headphone.getWidth(), image_lookup ("resource::phones34_png").getWidth());
+    EXPECT_TRUE (headphone.getOverImage() == headphone.getNormalImage()) << "no over picture: the normal one shows";
+    EXPECT_EQ (headphone.getTooltip(), "Select headset source channels 1/2 or 3/4");
+
+    juce::XmlElement bare ("anything");
+    button nothing (bare, *list.front());
+    EXPECT_EQ (nothing.parameter(), 0u);
+    EXPECT_EQ (nothing.on_value(), 255);
+    EXPECT_EQ (nothing.off_value(), 0);
+    EXPECT_EQ (nothing.getWidth(), 0);
+}
+
+TEST_F (panel_controls, an_id_beyond_the_block_addresses_nothing)
+{
+    virtual_interface vi (bus, "a", { "--fail-after", "3" });
+    device_list list;
+    juce::XmlElement element ("stray");
+    element.setAttribute ("id", "99");
+    button stray (element, *list.front());
+    EXPECT_NO_THROW (stray.clicked());
+    EXPECT_FALSE (stray.getToggleState());
+}
+
+class device_page : public panel_controls
+{
+protected:
+    const juce::XmlElement& device_element() { return *root->getChildByName ("device"); }
+};
+
+TEST_F (device_page, firmware_1_1_0_gets_the_disabled_picture_alone)
+{
+    virtual_interface vi (bus, "old", { "--firmware", "1.1.0" });
+    device_list list;
+    view page (device_element(), *list.front());
+    EXPECT_TRUE (page.empty());
+    EXPECT_EQ (page.information(), nullptr);
+    EXPECT_FALSE (page.getChildren().contains (const_cast<juce::ImageButton*> (&page.mode_button())));
+    EXPECT_EQ (page.update_button().getWidth(), 0);
+    EXPECT_EQ (page.getNumChildComponents(), 1);
+    const auto disabled = image_lookup ("resource::disabled_png");
+    EXPECT_EQ (page.picture().getBounds(), disabled.getBounds());
+}
+
+TEST_F (device_page, firmware_1_1_1_gets_the_easy_layout)
+{
+    virtual_interface vi (bus, "new", { "--firmware", "1.1.1", "--driver", "2.3.4" });
+    device_list list;
+    view page (device_element(), *list.front());
+    EXPECT_EQ (names_of (page), (std::vector<juce::String> { "monitoring", "highz", "phantom_power_1", "phantom_power_2", "headphone" }));
+    ASSERT_NE (page.information(), nullptr);
+    EXPECT_EQ (page.information()->juce::Label::getText(), "Driver:2.3.4 Firmware: 1.1.1");
+    EXPECT_EQ (page.information()->getBounds(), juce::Rectangle<int> (26, 22, 153, 9));
+    EXPECT_EQ (page.mode_button().getName(), "expert");
+    EXPECT_EQ (page.mode_button().getPosition(), juce::Point<int> (397, 15));
+    EXPECT_TRUE (page.update_button().getName().endsWith ("en_downloads.php"));
+    EXPECT_EQ (page.update_button().getPosition(), juce::Point<int> (178, 20));
+    EXPECT_EQ (page.picture().getBounds(), image_lookup ("resource::easy_png").getBounds());
+    EXPECT_EQ (page.getNumChildComponents(), 5 + 3);
+}
+
+TEST_F (device_page, version_line_in_german)
+{
+    virtual_interface vi (bus, "a", { "--firmware", "1.2.3", "--driver", "2.3.4" });
+    device_list list;
+    translated german (translation_tables::german());
+    view page (device_element(), *list.front());
+    ASSERT_NE (page.information(), nullptr);
+    EXPECT_EQ (page.information()->juce::Label::getText(), "Treiber:2.3.4 Firmware: 1.2.3");
+}
+
+TEST_F (device_page, controls_start_from_the_interface_block)
+{
+    virtual_interface vi (bus, "a", block_option (block_with ({ { 8, 255 }, { 10, 255 }, { 12, 7 } })));
+    device_list list;
+    view page (device_element(), *list.front());
+    std::vector<bool> on;
+    for (auto* b : page)
+        on.push_back (b->getToggleState());
+    EXPECT_EQ (on, (std::vector<bool> { true, false, true, false, false }));
+}
+
+TEST_F (device_page, mode_button_rebuilds_every_control_and_fits_the_tabs)
+{
+    virtual_interface vi (bus, "a");
+    device_list list;
+    juce::TabbedComponent tabs (juce::TabbedButtonBar::TabsAtTop);
+    auto* page = new view (device_element(), *list.front());
+    tabs.addTab ("a", juce::Colours::black, page, true);
+    tabs.setCurrentTabIndex (0);
+
+    const auto expert = image_lookup ("resource::expert_png");
+    const auto easy = image_lookup ("resource::easy_png");
+    page->buttonClicked (const_cast<juce::ImageButton*> (&page->mode_button()));
+    EXPECT_EQ (page->size(), 12u);
+    EXPECT_EQ (names_of (*page).front(), "level_out12");
+    EXPECT_EQ (page->mode_button().getName(), "easy");
+    EXPECT_EQ (page->mode_button().getPosition(), juce::Point<int> (561, 16));
+    EXPECT_EQ (page->update_button().getPosition(), juce::Point<int> (524, 21));
+    EXPECT_EQ (page->information()->getPosition(), juce::Point<int> (373, 23));
+    EXPECT_EQ (tabs.getWidth(), expert.getWidth());
+    EXPECT_EQ (tabs.getHeight(), expert.getHeight() + 30);
+    EXPECT_EQ (page->getNumChildComponents(), 12 + 3);
+
+    page->buttonClicked (const_cast<juce::ImageButton*> (&page->mode_button()));
+    EXPECT_EQ (page->size(), 5u);
+    EXPECT_EQ (page->mode_button().getName(), "expert");
+    EXPECT_EQ (tabs.getWidth(), easy.getWidth());
+    EXPECT_EQ (tabs.getHeight(), easy.getHeight() + 30);
+    EXPECT_EQ (page->getNumChildComponents(), 5 + 3);
+    for (auto* b : *page)
+        EXPECT_EQ (b->getParentComponent(), page);
+}
+
+TEST_F (device_page, a_click_on_one_control_refreshes_all_of_them)
+{
+    virtual_interface vi (bus, "a");
+    device_list list;
+    auto& d = *list.front();
+    view page (device_element(), d);
+    page.setVisible (true);
+
+    // Two switches showing what the block does not say: the refresh after any click fixes them.
+    page[0]->setToggleState (true, juce::dontSendNotification);
+    page[4]->setToggleState (true, juce::dontSendNotification);
+    page[2]->triggerClick();
+    ASSERT_TRUE (pump_until ([&] { return vi.block()[10] == 255; }, 2000));
+    pump_for (20);
+    EXPECT_TRUE (page[2]->getToggleState());
+    EXPECT_FALSE (page[0]->getToggleState());
+    EXPECT_FALSE (page[4]->getToggleState());
+    EXPECT_EQ (d.parameters[10], 255);
+}
+
+TEST_F (device_page, missing_layouts_throw_invalid_data_after_clearing)
+{
+    virtual_interface vi (bus, "a");
+    device_list list;
+    juce::XmlElement element (device_element());
+    element.setAttribute ("startup", "nothing");
+    EXPECT_EQ (thrown_code ([&] { view page (element, *list.front()); }), EINVAL);
+
+    juce::XmlElement no_alternate (device_element());
+    no_alternate.getChildByName ("easy")->removeAttribute ("alternate");
+    view page (no_alternate, *list.front());
+    EXPECT_EQ (page.mode_button().getName(), "");
+    EXPECT_EQ (thrown_code ([&] { page.buttonClicked (const_cast<juce::ImageButton*> (&page.mode_button())); }), EINVAL);
+    EXPECT_TRUE (page.empty());
+    EXPECT_EQ (page.information(), nullptr);
+    EXPECT_EQ (page.mode_button().getParentComponent(), &page) << "the broken page keeps its mode button";
+}
+
+TEST_F (device_page, the_device_outlives_the_list_while_its_page_stands)
+{
+    virtual_interface vi (bus, "a");
+    auto list = std::make_unique<device_list>();
+    qv::reference<device> held = list->front();
+    const auto count_before = held->count.load();
+    {
+        view page (device_element(), *held);
+        EXPECT_EQ (held->count.load(), count_before + 1 + 5) << "the page and its five controls";
+        list.reset();
+    }
+    EXPECT_EQ (held->count.load(), 1u);
+}

@@ -1,0 +1,202 @@
+// What the device page, its controls, the tabs and the error box decide without an
+// interface: switch arithmetic, gain menus from the skin, the firmware gate, the
+// version line, tab titles and the text of a failure.
+#include "app/skin_root.h"
+#include "skin/translation_tables.h"
+#include "ui/button.h"
+#include "ui/container.h"
+#include "ui/error_report.h"
+#include "ui/view.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace
+{
+    // A translation for one test; English again afterwards.
+    struct translated
+    {
+        explicit translated (const juce::String& table) { juce::LocalisedStrings::setCurrentMappings (new juce::LocalisedStrings (table, true)); }
+        ~translated() { juce::LocalisedStrings::setCurrentMappings (nullptr); }
+    };
+
+    struct menu_entry
+    {
+        int id;
+        juce::String text;
+        bool header;
+    };
+
+    std::vector<menu_entry> entries (const juce::PopupMenu& menu)
+    {
+        std::vector<menu_entry> result;
+        for (juce::PopupMenu::MenuItemIterator items (menu); items.next();)
+            result.push_back ({ items.getItem().itemID, items.getItem().text, items.getItem().isSectionHeader });
+        return result;
+    }
+
+    const juce::XmlElement& control (const juce::XmlElement& root, const char* layout, const char* tag)
+    {
+        auto* found = root.getChildByName ("device")->getChildByName (layout)->getChildByName (tag);
+        if (found == nullptr)
+            throw std::logic_error (std::string ("skin lacks ") + tag);
+        return *found;
+    }
+
+    juce::PopupMenu menu_of (const juce::XmlElement& element)
+    {
+        juce::PopupMenu menu;
+        button::fill_menu (menu, element);
+        return menu;
+    }
+}
+
+TEST (switch_click, defaults_mean_on_at_255_and_off_at_0)
+{
+    const auto from_off = button::toggle (0, 255, 0);
+    EXPECT_TRUE (from_off.shown_on);
+    EXPECT_EQ (from_off.value, 255);
+
+    const auto from_on = button::toggle (255, 255, 0);
+    EXPECT_FALSE (from_on.shown_on);
+    EXPECT_EQ (from_on.value, 0);
+}
+
+TEST (switch_click, a_byte_that_is_neither_value_stays_off)
+{
+    const auto odd = button::toggle (7, 255, 0);
+    EXPECT_FALSE (odd.shown_on);
+    EXPECT_EQ (odd.value, 0);
+    // ... and the click after that turns it on.
+    EXPECT_EQ (button::toggle (odd.value, 255, 0).value, 255);
+}
+
+TEST (switch_click, custom_values_toggle_between_them)
+{
+    EXPECT_EQ (button::toggle (2, 1, 2).value, 1);
+    EXPECT_TRUE (button::toggle (2, 1, 2).shown_on);
+    EXPECT_EQ (button::toggle (1, 1, 2).value, 2);
+    EXPECT_FALSE (button::toggle (1, 1, 2).shown_on);
+}
+
+TEST (gain_menu, every_level_control_of_the_skin_has_its_header_and_steps)
+{
+    auto root = parse_skin();
+    const struct
+    {
+        const char* tag;
+        const char* header;
+        std::size_t steps;
+        int top;
+    } controls[] = {
+        { "level_out12", "Attenuation for output 1/2", 40, 40 },
+        { "level_phones12", "Attenuation for headset channel 1/2", 31, 40 },
+        { "level_phones34", "Attenuation for headset channel 3/4", 31, 40 },
+        { "input_gain1", "Balanced input level channel 1", 20, 20 },
+        { "input_gain2", "Balanced input level channel 2", 20, 20 },
+        { "input_gain34", "Input level channel 3/4", 20, 20 },
+        { "input_gain2_hi_z", "Hi-Z (guitar) input level channel 2", 20, 20 },
+    };
+    for (auto& c : controls)
+    {
+        SCOPED_TRACE (c.tag);
+        const auto menu = menu_of (control (*root, "expert", c.tag));
+        const auto items = entries (menu);
+        ASSERT_EQ (items.size(), c.steps + 1);
+        EXPECT_TRUE (items[0].header);
+        EXPECT_EQ (items[0].text, c.header);
+        EXPECT_EQ (items[1].id, c.top);
+        EXPECT_EQ (items.back().id, 1);
+        EXPECT_TRUE (button::has_choices (menu));
+    }
+}
+
+TEST (gain_menu, output_attenuation_runs_from_0_dB_to_mute)
+{
+    auto root = parse_skin();
+    const auto items = entries (menu_of (control (*root, "expert", "level_out12")));
+    EXPECT_EQ (items[1].text, "0 dB");
+    EXPECT_EQ (items.back().text, "mute");
+    const auto minus_3 = std::find_if (items.begin(), items.end(), [] (const menu_entry& e) { return e.text == "-3"; });
+    ASSERT_NE (minus_3, items.end());
+    EXPECT_EQ (minus_3->id, 34);
+}
+
+TEST (gain_menu, header_is_translated_and_items_are_not)
+{
+    auto root = parse_skin();
+    translated german ("\"Attenuation for output 1/2\" = \"Abschwaechung\"\n\"mute\" = \"stumm\"\n");
+    const auto items = entries (menu_of (control (*root, "expert", "level_out12")));
+    EXPECT_EQ (items[0].text, "Abschwaechung");
+    EXPECT_EQ (items.back().text, "mute");
+}
+
+TEST (gain_menu, switches_have_none)
+{
+    auto root = parse_skin();
+    for (auto* tag : { "monitoring", "highz", "phantom_power_1", "phantom_power_2", "headphone" })
+        for (auto* layout : { "easy", "expert" })
+        {
+            SCOPED_TRACE (std::string (layout) + " " + tag);
+            EXPECT_FALSE (button::has_choices (menu_of (control (*root, layout, tag))));
+        }
+}
+
+TEST (gain_menu, children_alone_make_a_menu_and_a_header_alone_makes_one_too)
+{
+    auto children = juce::parseXML ("<c id=\"3\"><gain step=\"5\" item=\"a\"/><other step=\"x\"/></c>");
+    const auto plain = entries (menu_of (*children));
+    ASSERT_EQ (plain.size(), 2u);
+    EXPECT_FALSE (plain[0].header);
+    EXPECT_EQ (plain[0].id, 5);
+    EXPECT_EQ (plain[1].id, 0); // garbage step reads as 0, which writes nothing
+
+    auto header_only = juce::parseXML ("<c id=\"3\" menu=\"Levels\"/>");
+    const auto menu = menu_of (*header_only);
+    ASSERT_EQ (entries (menu).size(), 1u);
+    EXPECT_TRUE (button::has_choices (menu));
+}
+
+TEST (firmware_gate, opens_at_1_1_1_whatever_the_low_byte)
+{
+    EXPECT_TRUE (view::gated (0x010100FF));
+    EXPECT_TRUE (view::gated (0));
+    EXPECT_FALSE (view::gated (0x01010100));
+    EXPECT_FALSE (view::gated (0x02000000));
+    EXPECT_FALSE (view::gated (0xFFFFFFFF)); // unsigned comparison
+}
+
+TEST (version_line, english_keeps_its_asymmetric_blank)
+{
+    EXPECT_EQ (view::version_line (0x02030400, 0x01020300), "Driver:2.3.4 Firmware: 1.2.3");
+    EXPECT_EQ (view::version_line (0xFF0A09EE, 0x01010100), "Driver:255.10.9 Firmware: 1.1.1");
+}
+
+TEST (version_line, german_translates_driver_and_keeps_firmware)
+{
+    translated german (translation_tables::german());
+    EXPECT_EQ (view::version_line (0x02030400, 0x01020300), "Treiber:2.3.4 Firmware: 1.2.3");
+}
+
+TEST (tab_title, is_the_path_byte_for_byte)
+{
+    EXPECT_EQ (container::title_of (""), "");
+    EXPECT_EQ (container::title_of ("/run/bus/usb-1"), "/run/bus/usb-1");
+    const auto high = container::title_of (std::string ("a\xe9\xff", 3));
+    ASSERT_EQ (high.length(), 3);
+    EXPECT_EQ (high[1], (juce::juce_wchar) 0xE9);
+    EXPECT_EQ (high[2], (juce::juce_wchar) 0xFF);
+}
+
+TEST (failure_text, is_the_system_text_of_a_result_and_n_a_otherwise)
+{
+    const auto code = qv::os_result (2);
+    EXPECT_EQ (describe_failure (std::make_exception_ptr (code)), juce::String (qv::message (code)));
+    EXPECT_FALSE (describe_failure (std::make_exception_ptr (code)).isEmpty());
+    EXPECT_EQ (describe_failure (std::make_exception_ptr (std::runtime_error ("x"))), "n/a");
+    EXPECT_EQ (describe_failure (std::make_exception_ptr (42)), "n/a");
+
+    translated german (translation_tables::german());
+    EXPECT_EQ (describe_failure (std::make_exception_ptr (3.0)), juce::String (juce::CharPointer_UTF8 ("nicht verf\xc3\xbc" "gbar")));
+}

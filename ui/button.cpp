@@ -1,0 +1,107 @@
+#include "ui/button.h"
+#include "ui/attribute.h"
+#include "skin/image_lookup.h"
+
+namespace
+{
+    // No image carries this name, so a control without the attribute gets a null image.
+    const juce::String no_image ("resource::???");
+
+    std::uint8_t low_byte (int value) { return static_cast<std::uint8_t> (value & 0xFF); }
+}
+
+std::function<int (juce::PopupMenu&)> button::show_menu = [] (juce::PopupMenu& menu) { return menu.show(); };
+
+button::button (const juce::XmlElement& element, ::device& d)
+    : juce::XmlElement (element),
+      juce::ImageButton (element.getTagName()),
+      device (&d),
+      id (static_cast<std::uint32_t> (integer_attribute (*this, "id"))),
+      min (low_byte (integer_attribute (*this, "min", 255))),
+      max (low_byte (integer_attribute (*this, "max", 0)))
+{
+    const auto down = image_lookup (getStringAttribute ("on", no_image));
+    const auto over = image_lookup (getStringAttribute ("over", no_image));
+    const auto normal = image_lookup (getStringAttribute ("off", no_image));
+    setImages (true, true, true,
+               normal, 1.0f, juce::Colour(),
+               over, 1.0f, juce::Colour(),
+               down, 1.0f, juce::Colour(),
+               0.0f);
+
+    const int y = integer_attribute (*this, "y");
+    const int x = integer_attribute (*this, "x");
+    setBounds (x, y, getWidth(), getHeight());
+    setTooltip (juce::translate (getStringAttribute ("tooltip")));
+
+    fill_menu (*this, *this);
+    refresh();
+}
+
+// The device reference goes first, then the menu, the component and the element.
+button::~button() = default;
+
+std::uint8_t* button::byte() const
+{
+    // Only 0..15 address the block; a control beyond it shows off and writes nothing.
+    return id < sizeof device->parameters ? &device->parameters[id] : nullptr;
+}
+
+void button::fill_menu (juce::PopupMenu& menu, const juce::XmlElement& element)
+{
+    if (element.hasAttribute ("menu"))
+        menu.addSectionHeader (juce::translate (element.getStringAttribute ("menu")));
+    for (auto* gain : element.getChildIterator())
+        menu.addItem (integer_attribute (*gain, "step"), gain->getStringAttribute ("item"), true, false);
+}
+
+bool button::has_choices (const juce::PopupMenu& menu)
+{
+    for (juce::PopupMenu::MenuItemIterator items (menu); items.next();)
+        if (! items.getItem().isSeparator)
+            return true;
+    return false;
+}
+
+button::switch_step button::toggle (std::uint8_t current, std::uint8_t on, std::uint8_t off)
+{
+    // A byte that is neither value shows off and is set off: it stays off.
+    const bool to_on = current == off;
+    return { to_on, to_on ? on : off };
+}
+
+void button::refresh()
+{
+    if (is_menu())
+        return;
+    auto* current = byte();
+    setToggleState (current != nullptr && *current == min, juce::dontSendNotification);
+}
+
+void button::clicked()
+{
+    if (byte() == nullptr)
+        return;
+
+    std::uint8_t value = 0;
+    if (is_menu())
+    {
+        value = low_byte (show_menu (*this));
+        if (value == 0)
+            return; // dismissed: the device is not touched
+    }
+    else
+    {
+        const auto step = toggle (*byte(), min, max);
+        // Shown before the device is written, so the click feels immediate.
+        setToggleState (step.shown_on, juce::dontSendNotification);
+        value = step.value;
+    }
+
+    // The whole block round-trips so that the other bytes carry what the interface has now.
+    juce::MouseCursor::showWaitCursor();
+    device->transfer (false);
+    *byte() = value;
+    device->transfer (true);
+    juce::MouseCursor::hideWaitCursor();
+}

@@ -1,0 +1,168 @@
+#include "ui/view.h"
+#include "ui/attribute.h"
+#include "ui/page_picture.h"
+#include "skin/image_lookup.h"
+
+#include <cerrno>
+
+namespace
+{
+    // The system's "the data is invalid": a layout the skin does not have.
+    qv::os_result invalid_data()
+    {
+#if defined(_WIN32)
+        return qv::os_result (13);
+#else
+        return qv::os_result (EINVAL);
+#endif
+    }
+
+    void set_images (juce::ImageButton& b, const juce::String& on, const juce::String& over, const juce::String& off)
+    {
+        const auto down = image_lookup (on);
+        const auto hover = image_lookup (over);
+        const auto normal = image_lookup (off);
+        b.setImages (true, true, true,
+                     normal, 1.0f, juce::Colour(),
+                     hover, 1.0f, juce::Colour(),
+                     down, 1.0f, juce::Colour(),
+                     0.0f);
+    }
+
+    void place (juce::Component& c, const juce::XmlElement& element)
+    {
+        const int y = integer_attribute (element, "y");
+        const int x = integer_attribute (element, "x");
+        c.setBounds (x, y, c.getWidth(), c.getHeight());
+    }
+
+    int version_part (std::uint32_t word, int shift) { return static_cast<int> ((word >> shift) & 0xFF); }
+}
+
+bool view::gated (std::uint32_t firmware) { return firmware < 0x01010100u; }
+
+juce::String view::version_line (std::uint32_t driver, std::uint32_t firmware)
+{
+    // No blank after the first colon, one after the second: the line has always read so.
+    const auto format = juce::translate ("Driver") + ":" + "%d.%d.%d" + " " + juce::translate ("Firmware") + ": " + "%d.%d.%d";
+    return juce::String::formatted (format,
+                                    version_part (driver, 24), version_part (driver, 16), version_part (driver, 8),
+                                    version_part (firmware, 24), version_part (firmware, 16), version_part (firmware, 8));
+}
+
+view::view (const juce::XmlElement& element, ::device& d)
+    : juce::XmlElement (element),
+      device (&d),
+      mode (juce::String()),
+      update (juce::String())
+{
+    background = image_lookup (getStringAttribute ("background"));
+
+    if (! gated (device->firmware))
+    {
+        build_page (layout (getStringAttribute ("startup", "easy")));
+        mode.setVisible (true);
+        addChildComponent (mode, -1);
+        mode.addListener (this);
+    }
+
+    // Also on the gated page, where it never gets an image and so stays out of sight.
+    update.setVisible (true);
+    addChildComponent (update, -1);
+    update.addListener (this);
+}
+
+view::~view()
+{
+    clear_page();
+}
+
+const juce::XmlElement* view::layout (const juce::String& tag) const
+{
+    for (auto* child : getChildIterator())
+        if (child->getTagName() == tag)
+            return child;
+    return nullptr;
+}
+
+void view::build_page (const juce::XmlElement* page)
+{
+    clear_page();
+    if (page == nullptr)
+        throw invalid_data();
+
+    background = image_lookup (page->getStringAttribute ("background", "resource::easy_png"));
+
+    set_images (mode,
+                page->getStringAttribute ("on", "resource::expert_on_png"),
+                page->getStringAttribute ("over", "resource::expert_over_png"),
+                page->getStringAttribute ("off", "resource::expert_off_png"));
+    place (mode, *page);
+    mode.setTooltip (juce::translate (page->getStringAttribute ("tooltip")));
+    mode.setName (page->getStringAttribute ("alternate"));
+
+    for (auto* child : page->getChildIterator())
+    {
+        const auto tag = child->getTagName();
+        if (tag == "info")
+        {
+            info = std::make_unique<label> (*child, version_line (device->version, device->firmware),
+                                            background.getWidth(), background.getHeight());
+            info->setVisible (true);
+            addChildComponent (*info, -1);
+        }
+        else if (tag == "update")
+        {
+            update.setName (child->getStringAttribute ("url"));
+            set_images (update, child->getStringAttribute ("on"), child->getStringAttribute ("over"),
+                        child->getStringAttribute ("off"));
+            place (update, *child);
+            update.setTooltip (juce::translate (child->getStringAttribute ("tooltip")));
+        }
+        else
+        {
+            auto control = std::make_unique<button> (*child, *device);
+            push_back (control.get());
+            auto* b = control.release();
+            b->setVisible (true);
+            addChildComponent (b, -1);
+            b->addListener (this);
+        }
+    }
+}
+
+void view::clear_page()
+{
+    info = nullptr;
+    for (auto* b : *this)
+        delete b;
+    clear();
+}
+
+void view::buttonClicked (juce::Button* b)
+{
+    if (b == &mode)
+    {
+        build_page (layout (mode.getName()));
+        fit_tabs_to_page_picture (*this, background);
+    }
+    else if (b == &update)
+    {
+        juce::URL (update.getName()).launchInDefaultBrowser();
+    }
+    else
+    {
+        for (auto* control : *this)
+            control->refresh();
+    }
+}
+
+void view::visibilityChanged()
+{
+    fit_tabs_to_page_picture (*this, background);
+}
+
+void view::paint (juce::Graphics& g)
+{
+    paint_page_picture (g, background);
+}
