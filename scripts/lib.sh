@@ -14,3 +14,5 @@ configure_and_build() {
 }
 
 linux_build=$repo/build/linux
+windows_build=$repo/build/windows
+wine_prefix=$repo/build/wine-prefix
