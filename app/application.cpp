@@ -3,6 +3,7 @@
 #include "app/style.h"
 #include "app/translation.h"
 #include "app/window.h"
+#include "device/qv/result.h"
 #include "ui/error_report.h"
 
 namespace
@@ -15,7 +16,7 @@ namespace
     }
 
     // The system's result 13: the data is invalid.
-    constexpr int invalid_data = 13;
+    constexpr qv::os_result invalid_data = static_cast<qv::os_result> (13);
 }
 
 application::application() = default;

@@ -26,16 +26,21 @@ namespace
     }
 }
 
+juce::String chosen_typeface (const juce::XmlElement& element)
+{
+    // A translation may name a typeface fit for its script; it beats the skin's choice.
+    const juce::String key ("typeface.windows");
+    const auto translated = juce::translate (key);
+    return translated != key ? translated : element.getStringAttribute (key);
+}
+
 style::style (const juce::XmlElement& element)
     : juce::XmlElement (element),
       title (image_lookup (getStringAttribute ("title"))),
       tab (image_lookup (getStringAttribute ("tab"))),
       size (getIntAttribute ("size", 10))
 {
-    // A translation may name a typeface fit for its script; it beats the skin's choice.
-    const juce::String key ("typeface.windows");
-    const auto translated = juce::translate (key);
-    setDefaultSansSerifTypefaceName (translated != key ? translated : getStringAttribute (key));
+    setDefaultSansSerifTypefaceName (chosen_typeface (*this));
 
     for (auto* child : getChildIterator())
     {

@@ -2,6 +2,10 @@
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
+// The default sans-serif typeface a style element asks for: the current translation's
+// "typeface.windows" entry when it has one, else the element's attribute (empty: JUCE's).
+juce::String chosen_typeface (const juce::XmlElement& element);
+
 // The look-and-feel built from the skin's `style` element: colours, popup font size,
 // typeface, and images in place of the title bar and of every device tab.
 class style : public juce::XmlElement, public juce::LookAndFeel_V4

@@ -17,6 +17,18 @@ namespace
         { "ger_localization", translation_tables::german },
     };
 
+    // JUCE's table grows by a linear search per entry, so a huge file would freeze start-up
+    // for minutes (1 MB: seconds; 50 MB: hours). A real table is a few kilobytes; a file
+    // beyond this size is taken as one in which nothing parses.
+    constexpr juce::int64 largest_table_file = 256 * 1024;
+
+    std::unique_ptr<juce::LocalisedStrings> load_table_file (const juce::File& file)
+    {
+        if (file.getSize() > largest_table_file)
+            return std::make_unique<juce::LocalisedStrings> (juce::String(), true);
+        return std::make_unique<juce::LocalisedStrings> (file, true);
+    }
+
     juce::String user_language()
     {
         auto language = juce::SystemStats::getUserLanguage();
@@ -40,7 +52,7 @@ std::unique_ptr<juce::LocalisedStrings> chosen_translation (const juce::String& 
 
     const juce::File file (program_folder() + word + ".localization");
     if (file.exists())
-        return std::make_unique<juce::LocalisedStrings> (file, true);
+        return load_table_file (file);
 
     const auto name = word + "_localization";
     for (auto row = std::rbegin (built_in); row != std::rend (built_in); ++row)

@@ -1,5 +1,6 @@
 #include "skin/image_lookup.h"
 #include "skin/embedded.h"
+#include "skin/picture_file.h"
 #include "skin/program_folder.h"
 
 namespace
@@ -55,7 +56,7 @@ juce::Image image_lookup (const juce::String& reference)
         // A file beside the program wins; one that is not a picture gives a null image.
         const juce::File file (program_folder() + reference);
         if (file.exists())
-            return juce::ImageFileFormat::loadFrom (file);
+            return load_picture_file (file);
     }
 
     for (auto row = std::rbegin (rows); row != std::rend (rows); ++row)

@@ -9,4 +9,7 @@ class label : public juce::XmlElement, public juce::Label
 public:
     label (const juce::XmlElement& element, const juce::String& text, int defaultWidth, int defaultHeight);
     ~label() override;
+
+    // The shown text, not the element's text content.
+    using juce::Label::getText;
 };

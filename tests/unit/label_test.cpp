@@ -1,0 +1,65 @@
+#include <gtest/gtest.h>
+
+#include "skin/translation_tables.h"
+#include "tests/support/file_beside_program.h"
+#include "ui/label.h"
+
+namespace
+{
+    std::unique_ptr<juce::XmlElement> element (const char* xml)
+    {
+        return juce::parseXML (juce::String (juce::CharPointer_UTF8 (xml)));
+    }
+}
+
+TEST (label, about_info_spans_the_page_in_its_own_colour)
+{
+    auto info = element ("<info y=\"140\" h=\"20\" argb=\"4287940053\" tooltip=\"Displays the current Kelto Veltrano Control Panel version information\"/>");
+    label line (*info, "Kelto Veltrano 1.0.0f48", 475, 182);
+
+    EXPECT_EQ (line.getBounds(), juce::Rectangle<int> (0, 140, 475, 20));
+    EXPECT_EQ (line.findColour (juce::Label::textColourId).getARGB(), 0xFF94C5D5u);
+    EXPECT_EQ (line.getFont().getHeight(), 12.0f);
+    EXPECT_FALSE (line.getFont().isBold());
+    EXPECT_EQ (line.getJustificationType(), juce::Justification (juce::Justification::centred));
+    EXPECT_EQ (line.getText(), "Kelto Veltrano 1.0.0f48");
+    EXPECT_EQ (line.getName(), "Kelto Veltrano 1.0.0f48");
+    EXPECT_EQ (line.getTooltip(), "Displays the current Kelto Veltrano Control Panel version information");
+    EXPECT_FALSE (line.isEditableOnSingleClick());
+    EXPECT_FALSE (line.isEditableOnDoubleClick());
+}
+
+TEST (label, element_attributes_override_the_creators_defaults)
+{
+    auto info = element ("<info x=\"26\" y=\"22\" w=\"153\" h=\"9\" size=\"20\" text=\"From the skin\"/>");
+    label line (*info, "Driver 1.2", 475, 182);
+    EXPECT_EQ (line.getBounds(), juce::Rectangle<int> (26, 22, 153, 9));
+    EXPECT_EQ (line.getFont().getHeight(), 20.0f);
+    EXPECT_EQ (line.getText(), "From the skin");
+    EXPECT_EQ (line.getName(), "Driver 1.2");
+    // No argb: the colour is left to the look-and-feel.
+    EXPECT_FALSE (line.isColourSpecified (juce::Label::textColourId));
+}
+
+TEST (label, colours_keep_their_alpha_byte)
+{
+    auto white = element ("<info argb=\"4294967295\"/>");
+    auto clear_red = element ("<info argb=\"16711680\"/>");
+    auto junk = element ("<info argb=\"not a colour\"/>");
+    auto huge = element ("<info argb=\"1e300\"/>");
+    EXPECT_EQ (label (*white, "", 1, 1).findColour (juce::Label::textColourId), juce::Colours::white);
+    EXPECT_EQ (label (*clear_red, "", 1, 1).findColour (juce::Label::textColourId).getARGB(), 0x00FF0000u);
+    EXPECT_EQ (label (*junk, "", 1, 1).findColour (juce::Label::textColourId).getARGB(), 0u);
+    EXPECT_TRUE (label (*huge, "", 1, 1).isColourSpecified (juce::Label::textColourId));
+}
+
+TEST (label, tooltip_is_translated_and_the_element_is_kept)
+{
+    scoped_translation german (new juce::LocalisedStrings (translation_tables::german(), true));
+    auto info = element ("<info tooltip=\"Displays current driver and firmware version information\"/>");
+    label line (*info, "x", 153, 9);
+    info.reset();   // the label keeps its own copy
+    EXPECT_EQ (line.getTooltip(), juce::String (juce::CharPointer_UTF8 ("Zeigt die aktuellen Versionen von Treiber und Firmware an")));
+    EXPECT_EQ (line.getStringAttribute ("tooltip"), "Displays current driver and firmware version information");
+    EXPECT_EQ (line.getBounds(), juce::Rectangle<int> (0, 0, 153, 9));
+}

@@ -1,0 +1,235 @@
+#include <gtest/gtest.h>
+
+#include "app/skin_root.h"
+#include "skin/image_lookup.h"
+#include "tests/support/file_beside_program.h"
+
+#include <map>
+#include <vector>
+
+namespace
+{
+    struct size { int w, h; };
+
+    // Every picture's size is fixed: pages and controls are placed by these numbers.
+    const std::map<juce::String, size> image_sizes = {
+        { "resource::about_png", { 475, 182 } },
+        { "resource::about_download_on_png", { 89, 23 } },
+        { "resource::about_download_off_png", { 89, 23 } },
+        { "resource::about_download_over_png", { 89, 23 } },
+        { "resource::kelto_png", { 65, 11 } },
+        { "resource::disabled_png", { 474, 182 } },
+        { "resource::easy_png", { 475, 182 } },
+        { "resource::easy_off_png", { 50, 23 } },
+        { "resource::easy_on_png", { 50, 23 } },
+        { "resource::easy_over_png", { 50, 23 } },
+        { "resource::expert_png", { 634, 520 } },
+        { "resource::expert_off_png", { 50, 23 } },
+        { "resource::expert_on_png", { 50, 23 } },
+        { "resource::expert_over_png", { 50, 23 } },
+        { "resource::gain_menu_off_png", { 36, 22 } },
+        { "resource::gain_menu_over_png", { 36, 22 } },
+        { "resource::download_on_png", { 12, 12 } },
+        { "resource::download_off_png", { 12, 12 } },
+        { "resource::download_over_png", { 12, 12 } },
+        { "resource::hi_z_expert_off_png", { 43, 37 } },
+        { "resource::hi_z_expert_on_png", { 43, 37 } },
+        { "resource::hi_z_off_png", { 39, 33 } },
+        { "resource::hi_z_on_png", { 39, 33 } },
+        { "resource::hi_z_over_png", { 39, 33 } },
+        { "resource::monitoring_off_png", { 49, 33 } },
+        { "resource::monitoring_on_png", { 49, 33 } },
+        { "resource::monitoring_over_png", { 49, 33 } },
+        { "resource::veltrano_png", { 71, 7 } },
+        { "resource::phantom_power_off_png", { 39, 33 } },
+        { "resource::phantom_power_on_png", { 39, 33 } },
+        { "resource::phantom_power_over_png", { 39, 33 } },
+        { "resource::phones12_png", { 44, 40 } },
+        { "resource::phones34_png", { 44, 40 } },
+    };
+
+    void collect_references (const juce::XmlElement& element, juce::StringArray& references)
+    {
+        for (int i = 0; i < element.getNumAttributes(); ++i)
+            if (element.getAttributeValue (i).startsWith ("resource::"))
+                references.addIfNotAlreadyThere (element.getAttributeValue (i));
+        for (auto* child : element.getChildIterator())
+            collect_references (*child, references);
+    }
+
+    struct gain_item { int step; juce::String item; };
+
+    std::vector<gain_item> menu_of (const juce::XmlElement& root, const juce::String& tag)
+    {
+        std::vector<gain_item> items;
+        auto* expert = root.getChildByName ("device")->getChildByName ("expert");
+        auto* control = expert->getChildByName (tag);
+        if (control == nullptr)
+            return items;
+        for (auto* gain : control->getChildWithTagNameIterator ("gain"))
+            items.push_back ({ gain->getIntAttribute ("step", -1), gain->getStringAttribute ("item") });
+        return items;
+    }
+}
+
+TEST (skin_document, parses_into_the_three_parts)
+{
+    auto root = parse_skin();
+    ASSERT_NE (root, nullptr);
+    EXPECT_EQ (root->getTagName(), "veltrano");
+    for (auto* part : { "style", "about", "device" })
+        EXPECT_NE (root->getChildByName (part), nullptr) << part;
+}
+
+TEST (skin_document, a_preferences_file_beside_the_program_changes_nothing)
+{
+    file_beside_program preferences ("preferences.xml", "<?xml version=\"1.0\"?><other><style size=\"99\"/></other>");
+    auto root = parse_skin();
+    ASSERT_NE (root, nullptr);
+    EXPECT_EQ (root->getTagName(), "veltrano");
+    EXPECT_EQ (root->getChildByName ("style")->getIntAttribute ("size"), 12);
+}
+
+TEST (skin_images, every_table_row_decodes_at_its_fixed_size)
+{
+    EXPECT_EQ (image_references().size(), 33);
+    for (auto& reference : image_references())
+    {
+        auto expected = image_sizes.find (reference);
+        ASSERT_NE (expected, image_sizes.end()) << "unexpected row " << reference;
+        const auto image = image_lookup (reference);
+        ASSERT_TRUE (image.isValid()) << reference;
+        EXPECT_EQ (image.getWidth(), expected->second.w) << reference;
+        EXPECT_EQ (image.getHeight(), expected->second.h) << reference;
+    }
+}
+
+TEST (skin_images, every_reference_in_the_document_resolves)
+{
+    auto root = parse_skin();
+    juce::StringArray references;
+    collect_references (*root, references);
+    EXPECT_EQ (references.size(), 33) << "the skin uses every picture once at least";
+    for (auto& reference : references)
+    {
+        auto expected = image_sizes.find (reference);
+        ASSERT_NE (expected, image_sizes.end()) << "no such picture: " << reference;
+        const auto image = image_lookup (reference);
+        EXPECT_EQ (image.getWidth(), expected->second.w) << reference;
+        EXPECT_EQ (image.getHeight(), expected->second.h) << reference;
+    }
+}
+
+TEST (skin_images, a_file_beside_the_program_wins_and_a_bad_one_gives_nothing)
+{
+    juce::Image red (juce::Image::ARGB, 3, 2, true);
+    red.clear (red.getBounds(), juce::Colours::red);
+    juce::MemoryOutputStream png;
+    juce::PNGImageFormat().writeImageToStream (red, png);
+
+    {
+        file_beside_program picture ("custom_picture.png", png.getMemoryBlock());
+        const auto image = image_lookup ("custom_picture.png");
+        EXPECT_EQ (image.getWidth(), 3);
+        EXPECT_EQ (image.getPixelAt (1, 1), juce::Colours::red);
+    }
+    {
+        file_beside_program text ("custom_picture.png", "this is not a picture");
+        EXPECT_TRUE (image_lookup ("custom_picture.png").isNull());
+    }
+    {
+        // Damaged PNGs: cut short, or with the pixel data scrambled behind a valid header.
+        juce::MemoryBlock truncated (png.getData(), png.getDataSize() / 2);
+        file_beside_program half ("custom_picture.png", truncated);
+        EXPECT_TRUE (image_lookup ("custom_picture.png").isNull());
+    }
+    {
+        juce::MemoryBlock scrambled (png.getData(), png.getDataSize());
+        for (size_t i = 41; i < scrambled.getSize() - 12; ++i)
+            scrambled[i] = (char) (scrambled[i] ^ 0x5a);
+        file_beside_program bad ("custom_picture.png", scrambled);
+        EXPECT_TRUE (image_lookup ("custom_picture.png").isNull());
+    }
+    {
+        juce::MemoryOutputStream jpeg;
+        juce::JPEGImageFormat().writeImageToStream (red, jpeg);
+        juce::MemoryBlock truncated (jpeg.getData(), jpeg.getDataSize() / 2);
+        file_beside_program half ("custom_picture.png", truncated);
+        const auto image = image_lookup ("custom_picture.png");   // must not crash; JUCE salvages what it can
+        if (image.isValid())
+            EXPECT_EQ (image.getBounds(), juce::Rectangle<int> (3, 2));
+    }
+    {
+        file_beside_program empty ("custom_picture.png", juce::MemoryBlock());
+        EXPECT_TRUE (image_lookup ("custom_picture.png").isNull());
+    }
+}
+
+TEST (skin_gain_menus, have_their_counts_and_run_from_the_highest_step_down)
+{
+    auto root = parse_skin();
+    const std::map<juce::String, size_t> counts = {
+        { "level_out12", 40 }, { "level_phones12", 31 }, { "level_phones34", 31 },
+        { "input_gain1", 20 }, { "input_gain2", 20 }, { "input_gain34", 20 }, { "input_gain2_hi_z", 20 },
+    };
+    for (auto& [tag, count] : counts)
+    {
+        const auto items = menu_of (*root, tag);
+        ASSERT_EQ (items.size(), count) << tag;
+        for (size_t i = 1; i < items.size(); ++i)
+            EXPECT_LT (items[i].step, items[i - 1].step) << tag << " item " << i;
+        EXPECT_EQ (items.back().step, 1) << tag;
+        EXPECT_EQ (items.front().step, count == 20 ? 20 : 40) << tag;
+    }
+    // The easy layout has no gain menus at all.
+    auto* easy = root->getChildByName ("device")->getChildByName ("easy");
+    for (auto& [tag, count] : counts)
+        EXPECT_EQ (easy->getChildByName (tag), nullptr) << tag;
+}
+
+TEST (skin_gain_menus, headset_menus_skip_steps_2_to_10)
+{
+    auto root = parse_skin();
+    for (auto* tag : { "level_phones12", "level_phones34" })
+    {
+        const auto items = menu_of (*root, tag);
+        ASSERT_EQ (items.size(), 31u);
+        for (auto& item : items)
+            EXPECT_FALSE (item.step >= 2 && item.step <= 10) << tag << " has step " << item.step;
+        EXPECT_EQ (items[29].item, "-69");
+        EXPECT_EQ (items[30].item, "mute");
+        EXPECT_EQ (items[0].item, "+6");
+        EXPECT_EQ (items[6].item, "0 dB");
+    }
+}
+
+TEST (skin_gain_menus, item_texts_differ_where_the_channels_differ)
+{
+    auto root = parse_skin();
+    const auto gain1 = menu_of (*root, "input_gain1");
+    const auto gain2 = menu_of (*root, "input_gain2");
+    const auto hi_z = menu_of (*root, "input_gain2_hi_z");
+    const auto gain34 = menu_of (*root, "input_gain34");
+
+    EXPECT_EQ (gain1[0].item, "50.5");
+    EXPECT_EQ (gain2[0].item, "50.5 (43)");
+    EXPECT_EQ (gain2[0].step, 20);
+    EXPECT_EQ (gain2[3].item, "42.5 (41.5)");
+    EXPECT_EQ (hi_z[0].item, "43");
+    EXPECT_EQ (hi_z[1].item, "42.5");
+    EXPECT_EQ (hi_z[2].item, "42.5");
+    EXPECT_EQ (hi_z[3].item, "41.5");
+    for (size_t i = 4; i < 20; ++i)
+    {
+        EXPECT_EQ (gain2[i].item, gain1[i].item) << i;
+        EXPECT_EQ (hi_z[i].item, gain1[i].item) << i;
+        EXPECT_EQ (gain34[i].item, gain1[i].item) << i;
+    }
+    EXPECT_EQ (gain1.back().item, "0 dB");
+
+    const auto out = menu_of (*root, "level_out12");
+    EXPECT_EQ (out.front().item, "0 dB");
+    EXPECT_EQ (out[33].item, "-50.5");
+    EXPECT_EQ (out[38].item, "-121.5");
+    EXPECT_EQ (out.back().item, "mute");
+}

@@ -1,0 +1,194 @@
+#include <gtest/gtest.h>
+
+#include "app/skin_root.h"
+#include "app/style.h"
+#include "skin/image_lookup.h"
+#include "skin/translation_tables.h"
+#include "tests/support/file_beside_program.h"
+
+namespace
+{
+    std::unique_ptr<juce::XmlElement> skin_style()
+    {
+        auto root = parse_skin();
+        return std::make_unique<juce::XmlElement> (*root->getChildByName ("style"));
+    }
+
+    std::unique_ptr<juce::XmlElement> element (const char* xml)
+    {
+        return juce::parseXML (juce::String (xml));
+    }
+
+    // Pixels of `drawn` inside `area` equal `picture`, and nothing is drawn outside it.
+    ::testing::AssertionResult drawn_alone_at (const juce::Image& drawn, const juce::Image& picture, int x, int y)
+    {
+        for (int py = 0; py < drawn.getHeight(); ++py)
+            for (int px = 0; px < drawn.getWidth(); ++px)
+            {
+                const bool inside = px >= x && py >= y && px < x + picture.getWidth() && py < y + picture.getHeight();
+                const auto expected = inside ? picture.getPixelAt (px - x, py - y) : juce::Colours::transparentBlack;
+                if (drawn.getPixelAt (px, py).getARGB() != expected.getARGB())
+                    return ::testing::AssertionFailure() << "pixel " << px << "," << py << " is "
+                           << drawn.getPixelAt (px, py).toString() << ", expected " << expected.toString();
+            }
+        return ::testing::AssertionSuccess();
+    }
+
+    struct tab_bar
+    {
+        explicit tab_bar (style& look)
+        {
+            bar.setLookAndFeel (&look);
+            bar.addTab ("/run/kelto-veltrano/interface-1", juce::Colours::grey, -1);
+            bar.addTab ("About", juce::Colours::grey, -1);
+            bar.addTab (juce::CharPointer_UTF8 ("\xc3\x9c" "ber"), juce::Colours::grey, -1);
+            bar.setBounds (0, 0, 600, 30);
+        }
+        ~tab_bar() { bar.setLookAndFeel (nullptr); }
+
+        juce::Image draw (style& look, int index, bool over = false, bool down = false)
+        {
+            auto& button = *bar.getTabButton (index);
+            juce::Image image (juce::Image::ARGB, button.getWidth(), button.getHeight(), true);
+            juce::Graphics g (image);
+            look.drawTabButton (button, g, over, down);
+            return image;
+        }
+
+        // The tab picture centred in the active area, and nothing else.
+        ::testing::AssertionResult shows_picture (style& look, int index)
+        {
+            const auto picture = image_lookup ("resource::veltrano_png");
+            const auto area = bar.getTabButton (index)->getActiveArea();
+            return drawn_alone_at (draw (look, index), picture,
+                                   area.getX() + (area.getWidth() - picture.getWidth()) / 2,
+                                   area.getY() + (area.getHeight() - picture.getHeight()) / 2);
+        }
+
+        // Exactly what JUCE's own look-and-feel draws.
+        ::testing::AssertionResult shows_default (style& look, int index)
+        {
+            auto& button = *bar.getTabButton (index);
+            juce::Image expected (juce::Image::ARGB, button.getWidth(), button.getHeight(), true);
+            {
+                juce::LookAndFeel_V4 plain;
+                juce::Graphics g (expected);
+                plain.drawTabButton (button, g, false, false);
+            }
+            return drawn_alone_at (draw (look, index), expected, 0, 0);
+        }
+
+        juce::TabbedButtonBar bar { juce::TabbedButtonBar::TabsAtTop };
+    };
+}
+
+TEST (style, takes_the_skin_colours)
+{
+    style look (*skin_style());
+    EXPECT_EQ (look.findColour (juce::Label::textColourId).getARGB(), 0xFF3A3E43u);
+    EXPECT_EQ (look.findColour (juce::TabbedComponent::backgroundColourId).getARGB(), 0xFF3A3E43u);
+    EXPECT_EQ (look.findColour (juce::ResizableWindow::backgroundColourId).getARGB(), 0xFF3A3E43u);
+    EXPECT_EQ (look.findColour (juce::TooltipWindow::textColourId).getARGB(), 0xFF3A3E43u);
+    EXPECT_EQ (look.findColour (juce::TooltipWindow::backgroundColourId).getARGB(), 0xFFE5F6FBu);
+    EXPECT_EQ (look.getPopupMenuFont().getHeight(), 12.0f);
+    EXPECT_EQ (look.getTabButtonSpaceAroundImage(), 9);
+}
+
+TEST (style, colour_rows_need_tag_and_id_to_match_exactly)
+{
+    style look (*element ("<style>"
+                          "<Label id=\"background\" argb=\"4278190335\"/>"          // not a row of the table
+                          "<label id=\"text\" argb=\"4278190335\"/>"                // tag in the wrong case
+                          "<TooltipWindow id=\"text\"/>"                            // no argb: transparent black
+                          "<TabbedComponent id=\"background\" argb=\"16711680\"/>"  // alpha 0 stays 0
+                          "<ResizableWindow id=\"background\" argb=\"1\"/>"
+                          "<ResizableWindow id=\"background\" argb=\"4294967295\"/>" // the later row wins
+                          "</style>"));
+    const juce::LookAndFeel_V4 plain;
+    EXPECT_EQ (look.findColour (juce::Label::textColourId), plain.findColour (juce::Label::textColourId));
+    EXPECT_EQ (look.findColour (juce::Label::backgroundColourId), plain.findColour (juce::Label::backgroundColourId));
+    EXPECT_EQ (look.findColour (juce::TooltipWindow::textColourId).getARGB(), 0u);
+    EXPECT_EQ (look.findColour (juce::TabbedComponent::backgroundColourId).getARGB(), 0x00FF0000u);
+    EXPECT_EQ (look.findColour (juce::ResizableWindow::backgroundColourId).getARGB(), 0xFFFFFFFFu);
+}
+
+TEST (style, popup_font_size_reads_leading_digits_and_defaults_to_10)
+{
+    EXPECT_EQ (style (*element ("<style/>")).getPopupMenuFont().getHeight(), 10.0f);
+    EXPECT_EQ (style (*element ("<style size=\"14pt\"/>")).getPopupMenuFont().getHeight(), 14.0f);
+    // No digits reads as 0, which JUCE's font clamps to its smallest height.
+    EXPECT_LT (style (*element ("<style size=\"big\"/>")).getPopupMenuFont().getHeight(), 1.0f);
+}
+
+TEST (style, a_translation_names_the_typeface_before_the_skin)
+{
+    auto with_attribute = element ("<style typeface.windows=\"Skin Sans\"/>");
+    auto without = element ("<style/>");
+    EXPECT_EQ (chosen_typeface (*with_attribute), "Skin Sans");
+    EXPECT_EQ (chosen_typeface (*without), "");
+    {
+        scoped_translation chinese (new juce::LocalisedStrings (translation_tables::chinese(), true));
+        EXPECT_EQ (chosen_typeface (*with_attribute), "Microsoft YaHei");
+        EXPECT_EQ (chosen_typeface (*without), "Microsoft YaHei");
+    }
+    {
+        scoped_translation german (new juce::LocalisedStrings (translation_tables::german(), true));
+        EXPECT_EQ (chosen_typeface (*with_attribute), "Skin Sans");
+    }
+}
+
+TEST (style, title_bar_shows_the_centred_title_image_only)
+{
+    style look (*skin_style());
+    juce::DocumentWindow owner ("Kelto Veltrano", juce::Colours::black, juce::DocumentWindow::closeButton, false);
+    const auto title = image_lookup ("resource::kelto_png");
+    ASSERT_TRUE (title.isValid());
+
+    juce::Image bar (juce::Image::ARGB, 475, 19, true);
+    {
+        juce::Graphics g (bar);
+        look.drawDocumentWindowTitleBar (owner, g, 475, 19, 0, 475, nullptr, false);
+    }
+    EXPECT_TRUE (drawn_alone_at (bar, title, (475 - 65) / 2, (19 - 11) / 2));
+}
+
+TEST (style, a_title_wider_than_the_bar_is_centred_and_clipped)
+{
+    style look (*element ("<style title=\"resource::about_png\"/>"));
+    juce::DocumentWindow owner ("Kelto Veltrano", juce::Colours::black, juce::DocumentWindow::closeButton, false);
+    const auto title = image_lookup ("resource::about_png");
+
+    juce::Image bar (juce::Image::ARGB, 100, 19, true);
+    {
+        juce::Graphics g (bar);
+        look.drawDocumentWindowTitleBar (owner, g, 100, 19, 0, 100, nullptr, false);
+    }
+    const int x = (100 - 475) / 2, y = (19 - 182) / 2;   // both negative, truncated toward zero
+    EXPECT_EQ (bar.getPixelAt (0, 0), title.getPixelAt (-x, -y));
+    EXPECT_EQ (bar.getPixelAt (99, 18), title.getPixelAt (99 - x, 18 - y));
+}
+
+TEST (style, device_tabs_show_the_tab_image_and_about_keeps_the_default_look)
+{
+    style look (*skin_style());
+    tab_bar tabs (look);
+
+    EXPECT_TRUE (tabs.shows_picture (look, 0));
+    // Hover and press change nothing on a device tab.
+    const auto normal = tabs.draw (look, 0);
+    EXPECT_TRUE (drawn_alone_at (tabs.draw (look, 0, true, false), normal, 0, 0));
+    EXPECT_TRUE (drawn_alone_at (tabs.draw (look, 0, true, true), normal, 0, 0));
+
+    EXPECT_TRUE (tabs.shows_default (look, 1));
+    EXPECT_TRUE (tabs.shows_picture (look, 2));
+}
+
+TEST (style, the_about_rule_follows_the_translation)
+{
+    style look (*skin_style());
+    tab_bar tabs (look);
+    scoped_translation german (new juce::LocalisedStrings (translation_tables::german(), true));
+    // Now "Über" is the About tab, and a tab still titled "About" is an ordinary one.
+    EXPECT_TRUE (tabs.shows_picture (look, 1));
+    EXPECT_TRUE (tabs.shows_default (look, 2));
+}
