@@ -22,3 +22,8 @@ void window::closeButtonPressed()
 {
     juce::JUCEApplication::getInstance()->systemRequestedQuit();
 }
+
+juce::BorderSize<int> window::getBorderThickness()
+{
+    return {};
+}

@@ -13,6 +13,9 @@ public:
     ~window() override;
 
     void closeButtonPressed() override;
+    // No frame around the content: the client area is exactly the container, whatever size
+    // its page gives it.
+    juce::BorderSize<int> getBorderThickness() override;
 
 private:
     ::container content;
