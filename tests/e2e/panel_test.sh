@@ -1,0 +1,126 @@
+#!/usr/bin/env bash
+# End-to-end test of the real panel on a private X display: the window and its sizes, the
+# About tab, the German translation, one instance only, the close button. Screenshots go to
+# OUT (build/e2e). Usage: panel_test.sh PROGRAM OUT
+set -uo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+program=$(realpath "$1")
+out=$(mkdir -p "$2" && realpath "$2")
+
+# The single-instance lock is a file in /var/tmp named after the program: give this test a
+# private /var/tmp so that a panel running elsewhere on the machine does not count.
+if [ -z "${PANEL_TEST_ISOLATED:-}" ] && [ "$(id -u)" = 0 ] \
+   && unshare --mount --propagation private true 2>/dev/null; then
+  exec env PANEL_TEST_ISOLATED=1 unshare --mount --propagation private \
+    sh -c 'mount -t tmpfs tmpfs /var/tmp && exec "$0" "$@"' "$0" "$@"
+fi
+
+source "$here/x11_session.sh"
+name="Kelto Veltrano"
+failures=0
+check() {   # check DESCRIPTION COMMAND...: one expectation, reported either way
+  local what=$1; shift
+  if "$@"; then echo "ok   - $what"; else echo "FAIL - $what"; failures=$((failures + 1)); fi
+}
+
+scratch=$(mktemp -d)
+export HOME=$scratch/home XDG_RUNTIME_DIR=$scratch/run XDG_CONFIG_HOME=$scratch/config
+export KELTO_VIRTUAL_BUS=$scratch/bus   # an empty bus: no interface is plugged in
+mkdir -p "$HOME" "$XDG_CONFIG_HOME" && mkdir -m 700 "$XDG_RUNTIME_DIR" "$KELTO_VIRTUAL_BUS"
+program_folder=$(dirname "$program")
+cleanup() {
+  [ -n "${panel:-}" ] && kill "$panel" 2>/dev/null
+  rm -f "$program_folder"/e2e_*.localization
+  stop_private_display
+  rm -rf "$scratch"
+}
+trap cleanup EXIT
+start_private_display || exit 1
+
+panel=
+# start_panel ARGS...: starts the panel and waits for its window (id in $window).
+start_panel() {
+  "$program" "$@" >"$scratch/panel.log" 2>&1 &
+  panel=$!
+  window=$(wait_for_window "$name" 20) || { echo "no window for: $*"; cat "$scratch/panel.log"; return 1; }
+  sleep 0.3   # let the first paint finish before a screenshot
+}
+# close_panel: the close button at the right end of the 19-pixel title bar; exit code in $code.
+close_panel() {
+  local width
+  width=$(window_geometry "$window" | cut -dx -f1)
+  xdotool mousemove --window "$window" $((width - 10)) 10 click 1
+  if wait_for_exit "$panel" 10; then code=$exit_code
+  else echo "panel still running after the close button"; kill "$panel"; code=timeout; fi
+  panel=
+  xdotool mousemove 1000 1000   # keep the pointer off the next window
+}
+shot() { import -window "$window" "$out/$1.png"; }
+
+# English, no device: the window, its sizes and the About page.
+start_panel || exit 1
+geometry=$(window_geometry "$window")
+check "window is 475 x 231: 475 x 212 of content under a 19-pixel title bar ($geometry)" \
+  test "${geometry%%+*}" = "475x231"
+check "exactly one window" test "$(visible_windows "$name" | wc -l)" -eq 1
+shot about-en
+# The About picture fills the page under the 19-pixel title bar and the 30-pixel tab bar:
+# compare its top strip, above the download button, with the picture itself.
+about_png=$(find "$(dirname "$program_folder")" -path '*skin/images/about.png' | head -1)
+if [ -n "$about_png" ]; then
+  convert "$out/about-en.png" -crop 475x10+0+49 +repage "$scratch/page.png"
+  convert "$about_png" -background "#3A3E43" -flatten -crop 475x10+0+0 +repage "$scratch/picture.png"
+  check "About page shows the about picture" test "$(differing_pixels "$scratch/page.png" "$scratch/picture.png")" -le 50
+else
+  check "about.png found in the build tree" false
+fi
+
+# A second start hands over and opens nothing.
+"$program" lang ger >"$scratch/second.log" 2>&1 &
+second=$!
+if wait_for_exit "$second" 10; then second_code=$exit_code; else kill "$second"; second_code=timeout; fi
+check "second start ends by itself with code 0 ($second_code)" test "$second_code" = 0
+check "still exactly one window" test "$(visible_windows "$name" | wc -l)" -eq 1
+check "first panel still running" kill -0 "$panel"
+
+close_panel
+check "close button ends the panel with exit code 0 ($code)" test "$code" = 0
+check "no window left" test -z "$(visible_windows "$name")"
+
+# German: lang ger must draw exactly what a table whose "About" is "Über" draws, and not the
+# English window; a long tab title must widen the tab, proving the tab text is what differs.
+start_panel lang ger || exit 1
+shot about-ger
+close_panel
+printf 'language:Test\n"About" = "\xc3\x9c\x62\x65\x72"\n' >"$program_folder/e2e_uber.localization"
+start_panel lang e2e_uber || exit 1
+shot about-uber
+close_panel
+printf 'language:Test\n"About" = "Long translated title of the About tab"\n' >"$program_folder/e2e_long.localization"
+start_panel LANG e2e_long || exit 1
+shot about-long
+close_panel
+check "lang ger draws the same window as a table with About = Über" \
+  test "$(differing_pixels "$out/about-ger.png" "$out/about-uber.png")" -eq 0
+check "lang ger differs from English" test "$(differing_pixels "$out/about-ger.png" "$out/about-en.png")" -gt 0
+# Only the tab bar may differ between the languages.
+for picture in about-en about-ger about-long; do
+  convert "$out/$picture.png" -crop 475x182+0+49 +repage "$scratch/$picture-page.png"
+done
+check "below the tab bar English and German are alike" \
+  test "$(differing_pixels "$scratch/about-en-page.png" "$scratch/about-ger-page.png")" -eq 0
+check "a long About title changes the tab bar" \
+  test "$(differing_pixels "$out/about-long.png" "$out/about-en.png")" -gt "$(differing_pixels "$out/about-ger.png" "$out/about-en.png")"
+
+# Chinese, an unknown word and a garbage command line all start and close cleanly.
+for args in "lang chn" "lang klingon" "lang" $'--\x01\x02 lang ../../../etc/passwd %s%n'; do
+  if start_panel $args; then
+    close_panel
+    check "starts and closes with: $(printf %q "$args")" test "$code" = 0
+  else
+    check "starts with: $(printf %q "$args")" false
+  fi
+done
+
+echo "screenshots in $out"
+[ "$failures" -eq 0 ]
