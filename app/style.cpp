@@ -40,7 +40,11 @@ style::style (const juce::XmlElement& element)
       tab (image_lookup (getStringAttribute ("tab"))),
       size (getIntAttribute ("size", 10))
 {
-    setDefaultSansSerifTypefaceName (chosen_typeface (*this));
+    // A typeface this system lacks would draw no text at all (JUCE on Linux has no
+    // substitute for it, and "Microsoft YaHei" exists on Windows only): keep the default.
+    const auto typeface = chosen_typeface (*this);
+    if (typeface.isEmpty() || juce::Font::findAllTypefaceNames().contains (typeface))
+        setDefaultSansSerifTypefaceName (typeface);
 
     for (auto* child : getChildIterator())
     {

@@ -112,8 +112,18 @@ check "below the tab bar English and German are alike" \
 check "a long About title changes the tab bar" \
   test "$(differing_pixels "$out/about-long.png" "$out/about-en.png")" -gt "$(differing_pixels "$out/about-ger.png" "$out/about-en.png")"
 
-# Chinese, an unknown word and a garbage command line all start and close cleanly.
-for args in "lang chn" "lang klingon" "lang" $'--\x01\x02 lang ../../../etc/passwd %s%n'; do
+# Chinese: the information line stays English and must still be drawn (a typeface the
+# system lacks must not blank the text).
+start_panel lang chn || exit 1
+shot about-chn
+close_panel
+convert "$out/about-chn.png" -crop 475x20+0+189 +repage "$scratch/info-chn.png"
+convert "$out/about-en.png" -crop 475x20+0+189 +repage "$scratch/info-en.png"
+check "lang chn draws the information line as English does" \
+  test "$(differing_pixels "$scratch/info-chn.png" "$scratch/info-en.png")" -eq 0
+
+# An unknown word and a garbage command line start and close cleanly.
+for args in "lang klingon" "lang" $'--\x01\x02 lang ../../../etc/passwd %s%n'; do
   if start_panel $args; then
     close_panel
     check "starts and closes with: $(printf %q "$args")" test "$code" = 0

@@ -137,6 +137,25 @@ TEST (style, a_translation_names_the_typeface_before_the_skin)
     }
 }
 
+TEST (style, a_typeface_the_system_lacks_leaves_the_default_in_use)
+{
+    const juce::LookAndFeel_V4 plain;
+    const auto default_name = const_cast<juce::LookAndFeel_V4&> (plain).getTypefaceForFont (juce::Font())->getName();
+    style look (*element ("<style typeface.windows=\"No Such Typeface 7f3a\"/>"));
+    const auto typeface = look.getTypefaceForFont (juce::Font());
+    EXPECT_EQ (typeface->getName(), default_name);
+    EXPECT_FALSE (typeface->getName().isEmpty());
+
+    // An installed one is taken.
+    const auto installed = juce::Font::findAllTypefaceNames();
+    ASSERT_FALSE (installed.isEmpty());
+    const auto other = installed[installed.size() - 1];
+    auto element_with_other = element ("<style/>");
+    element_with_other->setAttribute ("typeface.windows", other);
+    style chosen (*element_with_other);
+    EXPECT_EQ (chosen.getTypefaceForFont (juce::Font())->getName(), other);
+}
+
 TEST (style, title_bar_shows_the_centred_title_image_only)
 {
     style look (*skin_style());
