@@ -1,5 +1,6 @@
 // One open interface: a connected socket to its veltrano-virtual host. Every
 // control request is one frame out and one frame back within a bounded time.
+#include "hang_up.h"
 #include "native_port.h"
 #include "wire.h"
 
@@ -9,7 +10,6 @@
 #include <chrono>
 #include <cstring>
 #include <map>
-#include <set>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -26,8 +26,9 @@ using clock = std::chrono::steady_clock;
 // Bytes received but not yet taken, per connection: a late reply may arrive in pieces.
 std::map<int, std::vector<std::uint8_t>> pending;
 
-// Descriptors whose hang-up callback is registered (all on the message thread).
-std::set<int> watched;
+// Descriptors whose hang-up callback is registered, with the driver each reports
+// to (all on the message thread). The link outlives the window if a device does.
+std::map<int, std::shared_ptr<port<os_result>::window::link>> watched;
 
 std::uint32_t last_sequence = 0;
 
@@ -78,33 +79,17 @@ void receive_reply (int fd, std::uint32_t code, std::uint32_t sequence, void* ou
     auto& buffer = pending[fd];
     for (;;)
     {
-        wire::frame reply;
-        const auto parsed = wire::parse_frame (buffer.data(), buffer.size(), reply);
-        if (parsed == wire::parse_result::malformed)
+        std::uint32_t status = 0;
+        switch (wire::take_reply (buffer, code, sequence, out, capacity, status))
         {
-            buffer.clear();
-            fail (EPROTO);
-        }
-        if (parsed == wire::parse_result::complete)
-        {
-            const auto verdict = wire::judge_reply (reply, code, sequence, capacity);
-            if (verdict == wire::reply_verdict::mismatch)
-            {
-                buffer.clear();
-                fail (EPROTO);
-            }
-            if (verdict == wire::reply_verdict::answer)
-            {
-                const std::uint32_t status = reply.word;
-                if (status == 0 && reply.length > 0)
-                    std::memcpy (out, reply.payload, reply.length);
-                buffer.erase (buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t> (reply.size));
+            case wire::take_result::answered:
                 if (status != 0)
                     fail (static_cast<int> (status));
                 return;
-            }
-            buffer.erase (buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t> (reply.size));
-            continue;
+            case wire::take_result::broken:
+                fail (EPROTO);
+            case wire::take_result::need_more:
+                break;
         }
 
         std::uint8_t chunk[512];
@@ -157,21 +142,9 @@ port<os_result>::handle_type port<os_result>::open (const std::string& path)
 
 port<os_result>::notification_type port<os_result>::watch (handle_type handle, window& w)
 {
-    // The callback keeps the driver link alive: the device may outlive the window,
-    // and then a hang-up reaches nobody.
-    auto link = w.driver_link;
-    watched.insert (handle);
-    juce::LinuxEventLoop::registerFdCallback (
-        handle,
-        [link] (int fd)
-        {
-            if (watched.erase (fd) == 0)
-                return;
-            juce::LinuxEventLoop::unregisterFdCallback (fd);
-            if (link->events.attached())
-                link->events.removal (link->events.driver, fd);
-        },
-        POLLRDHUP); // hang-up and errors only: a late reply is no event
+    watched[handle] = w.driver_link;
+    juce::LinuxEventLoop::registerFdCallback (handle, [] (int fd) { report_hang_up (fd); },
+                                              POLLRDHUP); // hang-up and errors only: a late reply is no event
     return handle;
 }
 
@@ -179,6 +152,39 @@ void port<os_result>::unwatch (notification_type notification)
 {
     if (notification != no_notification && watched.erase (notification) != 0)
         juce::LinuxEventLoop::unregisterFdCallback (notification);
+}
+
+namespace
+{
+bool has_hung_up (int fd)
+{
+    pollfd p { fd, POLLRDHUP, 0 };
+    return ::poll (&p, 1, 0) > 0 && p.revents != 0;
+}
+} // namespace
+
+void report_hang_up (int fd)
+{
+    // A callback picked up in the same loop pass may name a descriptor that has been
+    // closed and reused by a new connection since: only a real hang-up counts.
+    const auto found = watched.find (fd);
+    if (found == watched.end() || ! has_hung_up (fd))
+        return;
+    const auto link = found->second;
+    watched.erase (found);
+    juce::LinuxEventLoop::unregisterFdCallback (fd);
+    if (link->events.attached())
+        link->events.removal (link->events.driver, fd);
+}
+
+void report_pending_hang_ups()
+{
+    std::vector<int> gone;
+    for (const auto& entry : watched)
+        if (has_hung_up (entry.first))
+            gone.push_back (entry.first);
+    for (int fd : gone)
+        report_hang_up (fd);
 }
 
 void port<os_result>::close (handle_type handle)

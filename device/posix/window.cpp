@@ -1,6 +1,7 @@
 // The driver's notification endpoint on Linux: the bus folder, listed at start and
 // watched with inotify on the JUCE message thread for interfaces that arrive.
 #include "bus.h"
+#include "hang_up.h"
 #include "native_port.h"
 
 #include <juce_events/juce_events.h>
@@ -109,6 +110,7 @@ void port<os_result>::window::read_folder_events()
             if ((event->mask & IN_Q_OVERFLOW) != 0)
             {
                 // Events were lost: whatever is present and not listed yet arrives now.
+                report_pending_hang_ups();
                 try
                 {
                     for (auto& path : enumerate())
@@ -124,7 +126,10 @@ void port<os_result>::window::read_folder_events()
             const std::string name (event->name);
             const auto path = bus + "/" + name;
             if (bus::is_interface_name (name) && is_socket (path))
+            {
+                report_pending_hang_ups();
                 driver_link->events.arrival (driver_link->events.driver, path);
+            }
         }
     }
 }

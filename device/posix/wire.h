@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace qv::wire
@@ -120,5 +121,42 @@ inline reply_verdict judge_reply (const frame& reply, std::uint32_t code, std::u
     if (reply.word != 0 ? reply.length != 0 : reply.length > capacity)
         return reply_verdict::mismatch;
     return reply_verdict::answer;
+}
+
+enum class take_result
+{
+    need_more, // no whole reply yet
+    answered,  // `status` holds the host's word; on 0 the payload is in `out`
+    broken     // a frame that cannot be trusted: the buffer has been cleared
+};
+
+// Takes the reply to (code, sequence) from the front of the received bytes, dropping
+// late replies to earlier requests on the way. `out` holds `capacity` bytes.
+inline take_result take_reply (std::vector<std::uint8_t>& received, std::uint32_t code, std::uint32_t sequence,
+                               void* out, std::uint32_t capacity, std::uint32_t& status)
+{
+    for (;;)
+    {
+        frame reply;
+        const auto parsed = parse_frame (received.data(), received.size(), reply);
+        if (parsed == parse_result::incomplete)
+            return take_result::need_more;
+        const auto verdict = parsed == parse_result::complete ? judge_reply (reply, code, sequence, capacity)
+                                                              : reply_verdict::mismatch;
+        if (verdict == reply_verdict::mismatch)
+        {
+            received.clear();
+            return take_result::broken;
+        }
+        if (verdict == reply_verdict::answer)
+        {
+            status = reply.word;
+            if (status == 0 && reply.length > 0)
+                std::memcpy (out, reply.payload, reply.length);
+        }
+        received.erase (received.begin(), received.begin() + static_cast<std::ptrdiff_t> (reply.size));
+        if (verdict == reply_verdict::answer)
+            return take_result::answered;
+    }
 }
 } // namespace qv::wire

@@ -139,6 +139,23 @@ TEST (qv_posix_port, an_interface_pulled_out_is_announced_and_dropped)
     EXPECT_TRUE (driver.arrivals.empty());
 }
 
+TEST (qv_posix_port, an_interface_replugged_under_the_same_name_is_removed_then_added)
+{
+    temporary_bus bus;
+    auto first = std::make_unique<virtual_interface> (bus, "a");
+    watching_driver driver;
+
+    // Both the hang-up and the new socket are waiting when the loop next runs.
+    first->unplug();
+    virtual_interface second (bus, "a", { "--firmware", "1.3.0" });
+    ASSERT_TRUE (pump_until ([&] { return driver.arrivals.size() == 1 && driver.removals.size() == 1; }, 3000))
+        << driver.arrivals.size() << " arrivals, " << driver.removals.size() << " removals, " << driver.size() << " listed";
+
+    ASSERT_EQ (driver.size(), 1u);
+    EXPECT_EQ (driver.front()->firmware, 0x01030000u);
+    EXPECT_EQ (driver.removals, driver.arrivals);
+}
+
 TEST (qv_posix_port, a_second_opener_is_refused_with_ebusy)
 {
     temporary_bus bus;

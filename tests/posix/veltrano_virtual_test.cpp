@@ -225,6 +225,20 @@ TEST (veltrano_virtual, the_client_tells_late_and_foreign_replies_apart)
     EXPECT_EQ (qv::wire::judge_reply (reply, qv::wire::vendor_request, 5, 24), qv::wire::reply_verdict::mismatch)
         << "a failure carries no data";
 
+    // A late reply, then the answer arriving in two pieces.
+    const std::uint8_t late[4] = { 1, 2, 3, 4 }, answer[4] = { 9, 8, 7, 6 };
+    auto stream = qv::wire::encode (qv::wire::driver_version, 4, 0, late, 4);
+    const auto whole = qv::wire::encode (qv::wire::driver_version, 5, 0, answer, 4);
+    stream.insert (stream.end(), whole.begin(), whole.end() - 3);
+    std::uint8_t out[4] = {};
+    std::uint32_t status = 99;
+    EXPECT_EQ (qv::wire::take_reply (stream, qv::wire::driver_version, 5, out, 4, status), qv::wire::take_result::need_more);
+    stream.insert (stream.end(), whole.end() - 3, whole.end());
+    EXPECT_EQ (qv::wire::take_reply (stream, qv::wire::driver_version, 5, out, 4, status), qv::wire::take_result::answered);
+    EXPECT_EQ (status, 0u);
+    EXPECT_EQ (std::vector<int> (out, out + 4), (std::vector<int> { 9, 8, 7, 6 }));
+    EXPECT_TRUE (stream.empty());
+
     std::vector<std::uint8_t> bytes = qv::wire::encode (qv::wire::hello, 0, 0, nullptr, 0);
     EXPECT_EQ (qv::wire::parse_frame (bytes.data(), 3, reply), qv::wire::parse_result::incomplete);
     bytes[0] ^= 1;

@@ -65,7 +65,8 @@ temporary_bus::~temporary_bus()
 
 std::string virtual_interface::program() { return VELTRANO_VIRTUAL_PROGRAM; }
 
-virtual_interface::virtual_interface (const temporary_bus& bus, const std::string& name, std::vector<std::string> options)
+virtual_interface::virtual_interface (const temporary_bus& bus, const std::string& name, std::vector<std::string> options,
+                                      bool wait_until_plugged)
     : socket_path (bus.interface_path (name))
 {
     char pattern[] = "/tmp/veltrano-host-XXXXXX";
@@ -92,7 +93,7 @@ virtual_interface::virtual_interface (const temporary_bus& bus, const std::strin
         throw std::runtime_error ("cannot start " + program());
 
     const auto deadline = clock::now() + std::chrono::seconds (5);
-    while (! is_socket (socket_path))
+    while (wait_until_plugged && ! is_socket (socket_path))
     {
         if (! running() || clock::now() > deadline)
         {

@@ -31,9 +31,11 @@ private:
 class virtual_interface
 {
 public:
-    // Starts veltrano-virtual --name NAME --state-file ... plus `options` and waits
-    // until it is plugged in. Throws std::runtime_error when it does not come up.
-    virtual_interface (const temporary_bus& bus, const std::string& name, std::vector<std::string> options = {});
+    // Starts veltrano-virtual --name NAME --state-file ... plus `options` and, unless
+    // told not to, waits until it is plugged in. Throws std::runtime_error when it
+    // does not come up.
+    virtual_interface (const temporary_bus& bus, const std::string& name, std::vector<std::string> options = {},
+                       bool wait_until_plugged = true);
     ~virtual_interface(); // unplugs it if it still runs
 
     virtual_interface (const virtual_interface&) = delete;
