@@ -211,3 +211,23 @@ TEST_F (windows_hotplug, an_interface_that_fails_its_requests_gets_no_tab)
     EXPECT_EQ (titles (tabs), std::vector<juce::String> { "About" }) << "an interface that fails its first request is listed";
     EXPECT_TRUE (tabs.empty());
 }
+
+TEST_F (windows_hotplug, a_present_interface_that_fails_keeps_the_panel_from_starting)
+{
+    const auto failing = plug_for_test ("--fail-after 0");
+    std::uint32_t code = 0;
+    try
+    {
+        container tabs (*root);
+    }
+    catch (qv::os_result thrown)
+    {
+        code = thrown;
+    }
+    EXPECT_NE (code, 0u) << "the container was built";
+    EXPECT_FALSE (qv::message (qv::os_result (code)).empty());
+
+    unplug (failing);
+    container tabs (*root);
+    EXPECT_EQ (titles (tabs), std::vector<juce::String> { "About" });
+}

@@ -213,6 +213,7 @@ TEST_F (qv_win32_window, other_broadcasts_are_ignored)
     DEV_BROADCAST_HDR volume { sizeof (DEV_BROADCAST_HDR), DBT_DEVTYP_VOLUME, 0 };
     send_change (hwnd, DBT_DEVICEREMOVECOMPLETE, &volume);
     send_change (hwnd, DBT_DEVNODES_CHANGED, nullptr);
+    send_change (hwnd, DBT_DEVICEARRIVAL, nullptr);
     const auto b = handle_broadcast (driver.front()->handle);
     send_change (hwnd, DBT_DEVICEREMOVEPENDING, &b);
 
