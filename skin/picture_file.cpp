@@ -45,7 +45,7 @@ juce::Image load_picture_file (const juce::File& file)
     juce::MemoryBlock bytes;
     if (! file.loadFileAsData (bytes))
         return {};
-    if (has_png_signature (bytes))
-        return decode_png (bytes);
-    return juce::ImageFileFormat::loadFrom (bytes.getData(), bytes.getSize());
+    if (! has_png_signature (bytes))
+        return {};
+    return decode_png (bytes);
 }

@@ -120,49 +120,75 @@ TEST (skin_images, every_reference_in_the_document_resolves)
     }
 }
 
-TEST (skin_images, a_file_beside_the_program_wins_and_a_bad_one_gives_nothing)
+namespace
 {
-    juce::Image red (juce::Image::ARGB, 3, 2, true);
-    red.clear (red.getBounds(), juce::Colours::red);
-    juce::MemoryOutputStream png;
-    juce::PNGImageFormat().writeImageToStream (red, png);
+    juce::MemoryBlock small_red_picture (juce::ImageFileFormat&& format)
+    {
+        juce::Image red (juce::Image::ARGB, 3, 2, true);
+        red.clear (red.getBounds(), juce::Colours::red);
+        juce::MemoryOutputStream bytes;
+        format.writeImageToStream (red, bytes);
+        return bytes.getMemoryBlock();
+    }
 
+    // PNG's chunk checksum, so that a doctored header still passes as well-formed.
+    juce::uint32 crc32 (const unsigned char* data, size_t size)
     {
-        file_beside_program picture ("custom_picture.png", png.getMemoryBlock());
-        const auto image = image_lookup ("custom_picture.png");
-        EXPECT_EQ (image.getWidth(), 3);
-        EXPECT_EQ (image.getPixelAt (1, 1), juce::Colours::red);
+        juce::uint32 crc = 0xffffffffu;
+        for (size_t i = 0; i < size; ++i)
+        {
+            crc ^= data[i];
+            for (int bit = 0; bit < 8; ++bit)
+                crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
+        }
+        return crc ^ 0xffffffffu;
     }
+
+    juce::Image beside_program (const juce::MemoryBlock& bytes)
     {
-        file_beside_program text ("custom_picture.png", "this is not a picture");
-        EXPECT_TRUE (image_lookup ("custom_picture.png").isNull());
+        file_beside_program picture ("custom_picture.png", bytes);
+        return image_lookup ("custom_picture.png");
     }
-    {
-        // Damaged PNGs: cut short, or with the pixel data scrambled behind a valid header.
-        juce::MemoryBlock truncated (png.getData(), png.getDataSize() / 2);
-        file_beside_program half ("custom_picture.png", truncated);
-        EXPECT_TRUE (image_lookup ("custom_picture.png").isNull());
-    }
-    {
-        juce::MemoryBlock scrambled (png.getData(), png.getDataSize());
-        for (size_t i = 41; i < scrambled.getSize() - 12; ++i)
-            scrambled[i] = (char) (scrambled[i] ^ 0x5a);
-        file_beside_program bad ("custom_picture.png", scrambled);
-        EXPECT_TRUE (image_lookup ("custom_picture.png").isNull());
-    }
-    {
-        juce::MemoryOutputStream jpeg;
-        juce::JPEGImageFormat().writeImageToStream (red, jpeg);
-        juce::MemoryBlock truncated (jpeg.getData(), jpeg.getDataSize() / 2);
-        file_beside_program half ("custom_picture.png", truncated);
-        const auto image = image_lookup ("custom_picture.png");   // must not crash; JUCE salvages what it can
-        if (image.isValid())
-            EXPECT_EQ (image.getBounds(), juce::Rectangle<int> (3, 2));
-    }
-    {
-        file_beside_program empty ("custom_picture.png", juce::MemoryBlock());
-        EXPECT_TRUE (image_lookup ("custom_picture.png").isNull());
-    }
+}
+
+TEST (skin_images, a_png_beside_the_program_wins)
+{
+    const auto image = beside_program (small_red_picture (juce::PNGImageFormat()));
+    EXPECT_EQ (image.getBounds(), juce::Rectangle<int> (3, 2));
+    EXPECT_EQ (image.getPixelAt (1, 1), juce::Colours::red);
+    // The file is only looked at while it is there.
+    EXPECT_TRUE (image_lookup ("custom_picture.png").isNull());
+}
+
+TEST (skin_images, anything_but_a_png_beside_the_program_gives_a_null_image)
+{
+    EXPECT_TRUE (beside_program (juce::MemoryBlock()).isNull());
+    EXPECT_TRUE (beside_program (juce::MemoryBlock ("this is not a picture", 21)).isNull());
+    EXPECT_TRUE (beside_program (small_red_picture (juce::JPEGImageFormat())).isNull());
+    EXPECT_TRUE (beside_program (juce::MemoryBlock ("GIF89a\x03\x00\x02\x00\x00\x00\x00;", 14)).isNull());
+}
+
+TEST (skin_images, a_damaged_png_beside_the_program_gives_a_null_image)
+{
+    const auto png = small_red_picture (juce::PNGImageFormat());
+    EXPECT_TRUE (beside_program (juce::MemoryBlock (png.getData(), png.getSize() / 2)).isNull());
+
+    // The pixel data scrambled behind a valid signature and header.
+    juce::MemoryBlock scrambled (png);
+    for (size_t i = 41; i < scrambled.getSize() - 12; ++i)
+        scrambled[i] = (char) (scrambled[i] ^ 0x5a);
+    EXPECT_TRUE (beside_program (scrambled).isNull());
+
+    // A well-formed header that claims 100000 x 100000 pixels: 40 GB, never to be allocated.
+    juce::MemoryBlock huge (png);
+    auto* bytes = static_cast<unsigned char*> (huge.getData());
+    const unsigned char side[] = { 0x00, 0x01, 0x86, 0xa0 };
+    std::copy (std::begin (side), std::end (side), bytes + 16);     // IHDR width
+    std::copy (std::begin (side), std::end (side), bytes + 20);     // IHDR height
+    const auto crc = crc32 (bytes + 12, 17);                          // over type and data
+    for (int i = 0; i < 4; ++i)
+        bytes[29 + i] = (unsigned char) (crc >> (24 - 8 * i));
+    EXPECT_TRUE (beside_program (huge).isNull());
 }
 
 TEST (skin_gain_menus, have_their_counts_and_run_from_the_highest_step_down)
