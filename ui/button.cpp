@@ -86,7 +86,10 @@ void button::clicked()
     std::uint8_t value = 0;
     if (is_menu())
     {
+        juce::Component::SafePointer<button> alive (this);
         value = low_byte (show_menu (*this));
+        if (alive == nullptr)
+            return; // the interface went while the menu was open, and its page with it
         if (value == 0)
             return; // dismissed: the device is not touched
     }

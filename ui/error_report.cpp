@@ -18,19 +18,23 @@ juce::String describe_failure (std::exception_ptr failure)
     return juce::translate ("n/a");
 }
 
-void show_failure_box (const juce::String& message)
+void show_failure_box (const juce::String& message, juce::ModalComponentManager::Callback* closed)
 {
     auto* app = juce::JUCEApplicationBase::getInstance();
     const auto name = app != nullptr ? app->getApplicationName() : juce::String (JUCE_APPLICATION_NAME_STRING);
     juce::AlertWindow::showOkCancelBox (juce::MessageBoxIconType::WarningIcon,
                                         name + " " + juce::translate ("Exception"),
-                                        message, {}, {}, nullptr, nullptr);
+                                        message, {}, {}, nullptr, closed);
 }
 
 void report_escaped_failure (std::exception_ptr failure)
 {
-    // While the box runs, an interface may go and its page be deleted: nothing of the
-    // click may still be on the stack by then.
+    // While the box is up, an interface may go and its page be deleted: nothing of the
+    // click may still be on the stack by then. And no modal loop: on Linux, JUCE's run loop
+    // keeps the descriptors of the pass that a nested loop interrupts, and calls one that
+    // was unregistered meanwhile (an interface pulled while the box is up) once it ends.
     const auto message = describe_failure (failure);
-    juce::MessageManager::callAsync ([message] { show_failure_box (message); });
+    juce::MessageManager::callAsync ([message] {
+        show_failure_box (message, juce::ModalCallbackFunction::create ([] (int) {}));
+    });
 }

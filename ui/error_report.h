@@ -8,9 +8,10 @@
 // translation of "n/a" for anything else.
 juce::String describe_failure (std::exception_ptr failure);
 
-// The warning box titled "<application name> Exception" (translated) with `message`;
-// runs modally and ignores the answer.
-void show_failure_box (const juce::String& message);
+// The warning box titled "<application name> Exception" (translated) with `message`. The
+// answer is ignored. Without `closed` the box runs modally; with it, the call returns at
+// once and `closed` is called when the box goes.
+void show_failure_box (const juce::String& message, juce::ModalComponentManager::Callback* closed = nullptr);
 
 // For a failure that escaped a click: the box is shown once the click's own call stack
 // has unwound, from the message loop, and the program goes on.

@@ -143,3 +143,25 @@ TEST_F (panel_tabs, an_interface_that_fails_at_start_stops_the_panel)
     virtual_interface a (bus, "a", { "--fail-after", "1" });
     EXPECT_THROW (container tabs (*root), os_result);
 }
+
+TEST_F (panel_tabs, an_interface_pulled_while_its_gain_menu_is_open_writes_nothing)
+{
+    virtual_interface a (bus, "a");
+    container tabs (*root);
+    auto* page = dynamic_cast<view*> (tabs.getTabContentComponent (0));
+    ASSERT_NE (page, nullptr);
+    page->buttonClicked (const_cast<juce::ImageButton*> (&page->mode_button()));
+    auto* out12 = page->front();
+    ASSERT_TRUE (out12->is_menu());
+
+    // While the menu is open the interface goes, and its page and controls with it.
+    button::show_menu = [&] (juce::PopupMenu&) {
+        a.unplug();
+        pump_until ([&] { return tabs.getNumTabs() == 1; }, 3000);
+        return 34;
+    };
+    out12->clicked();
+    button::show_menu = [] (juce::PopupMenu& m) { return m.show(); };
+    EXPECT_EQ (tabs.getNumTabs(), 1);
+    EXPECT_TRUE (tabs.empty());
+}
