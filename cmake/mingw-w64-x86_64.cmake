@@ -20,6 +20,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+# The program links statically: never zlib's import library.
+set(ZLIB_USE_STATIC_LIBS ON CACHE BOOL "")
 
 # JUCE's package is host-side (module sources and juceaide), so it is named
 # directly rather than searched for inside the target roots.
