@@ -25,12 +25,6 @@ firmware_buffer firmware_reply (std::uint8_t d0, std::uint8_t d1, std::uint8_t d
 }
 } // namespace
 
-TEST (qv_protocol, control_codes_follow_the_buffered_any_access_layout)
-{
-    EXPECT_EQ (vendor_request, (0x22u << 16) | (2u << 2));
-    EXPECT_EQ (driver_version, (0x22u << 16) | (0x29u << 2));
-}
-
 TEST (qv_protocol, request_buffers_byte_for_byte)
 {
     EXPECT_EQ (bytes_of (firmware_request()), (std::vector<int> { 0xC0, 0x56, 0, 0, 0, 0, 3, 0, 0, 0, 0 }));

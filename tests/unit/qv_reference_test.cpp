@@ -59,14 +59,3 @@ TEST (qv_reference, assignment_counts_up_before_down)
     other = qv::reference<counted>();
     EXPECT_EQ (other_deletions, 1);
 }
-
-TEST (qv_reference, moving_transfers_without_counting)
-{
-    int deletions = 0;
-    qv::reference<counted> first (new counted (deletions));
-    qv::reference<counted> second (std::move (first));
-    EXPECT_FALSE (first);
-    EXPECT_EQ (second->count, 1u);
-    second = std::move (second);
-    EXPECT_EQ (deletions, 0);
-}
