@@ -1,38 +1,33 @@
 #include "skin/picture_file.h"
+#include "skin/png_decode.h"
 
-#include <png.h>
-#include <vector>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
 
 namespace
 {
     // Larger pictures are refused rather than allowed to exhaust memory.
-    constexpr png_uint_32 largest_side = 16384;
+    constexpr unsigned largest_side = 16384;
 
     bool has_png_signature (const juce::MemoryBlock& bytes)
     {
-        return bytes.getSize() >= 8 && png_sig_cmp (static_cast<png_const_bytep> (bytes.getData()), 0, 8) == 0;
+        static const unsigned char signature[] = { 0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n' };
+        return bytes.getSize() >= sizeof signature
+            && std::memcmp (bytes.getData(), signature, sizeof signature) == 0;
     }
 
     juce::Image decode_png (const juce::MemoryBlock& bytes)
     {
-        png_image png {};
-        png.version = PNG_IMAGE_VERSION;
-        if (png_image_begin_read_from_memory (&png, bytes.getData(), bytes.getSize()) == 0)
+        unsigned w = 0, h = 0;
+        const std::unique_ptr<unsigned char, decltype (&std::free)> pixels (
+            png_decode_bgra (bytes.getData(), bytes.getSize(), largest_side, &w, &h), &std::free);
+        if (pixels == nullptr)
             return {};
-        if (png.width == 0 || png.height == 0 || png.width > largest_side || png.height > largest_side)
-        {
-            png_image_free (&png);
-            return {};
-        }
 
-        png.format = PNG_FORMAT_BGRA;
-        std::vector<png_byte> pixels (PNG_IMAGE_SIZE (png));
-        if (png_image_finish_read (&png, nullptr, pixels.data(), 0, nullptr) == 0)
-            return {};   // finish_read frees the image on failure
-
-        juce::Image image (juce::Image::ARGB, (int) png.width, (int) png.height, false);
+        juce::Image image (juce::Image::ARGB, (int) w, (int) h, false);
         juce::Image::BitmapData target (image, juce::Image::BitmapData::writeOnly);
-        const png_byte* source = pixels.data();
+        const unsigned char* source = pixels.get();
         for (int y = 0; y < target.height; ++y)
             for (int x = 0; x < target.width; ++x, source += 4)
                 target.setPixelColour (x, y, juce::Colour (source[2], source[1], source[0], source[3]));

@@ -156,6 +156,13 @@ TEST (skin_images, a_png_beside_the_program_wins)
     const auto image = beside_program (small_red_picture (juce::PNGImageFormat()));
     EXPECT_EQ (image.getBounds(), juce::Rectangle<int> (3, 2));
     EXPECT_EQ (image.getPixelAt (1, 1), juce::Colours::red);
+    // Without an alpha channel the picture is opaque.
+    juce::Image blue (juce::Image::RGB, 4, 4, true);
+    blue.clear (blue.getBounds(), juce::Colours::blue);
+    juce::MemoryOutputStream rgb;
+    juce::PNGImageFormat().writeImageToStream (blue, rgb);
+    EXPECT_EQ (beside_program (rgb.getMemoryBlock()).getPixelAt (3, 3), juce::Colours::blue);
+
     // The file is only looked at while it is there.
     EXPECT_TRUE (image_lookup ("custom_picture.png").isNull());
 }
