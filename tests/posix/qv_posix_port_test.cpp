@@ -1,12 +1,14 @@
 // The Linux port against real veltrano-virtual processes: discovery, hot-plug,
 // the one-client rule, faults and the parameter block as the interface sees it.
 #include "device/device.h"
+#include "device/posix/bus.h"
 #include "tests/support/virtual_interface.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -273,6 +275,23 @@ TEST (qv_posix_port, a_missing_bus_folder_is_created_private)
     struct stat info {};
     ASSERT_EQ (::stat (nested.c_str(), &info), 0);
     EXPECT_EQ (info.st_mode & 0777, 0700u);
+}
+
+TEST (qv_posix_port, the_bus_folder_follows_the_environment)
+{
+    temporary_bus bus; // restores KELTO_VIRTUAL_BUS afterwards
+    const char* runtime = std::getenv ("XDG_RUNTIME_DIR");
+    const std::string saved_runtime = runtime != nullptr ? runtime : "";
+
+    EXPECT_EQ (qv::bus::configured_folder(), bus.folder());
+    ::unsetenv ("KELTO_VIRTUAL_BUS");
+    ::setenv ("XDG_RUNTIME_DIR", "/run/user/4242", 1);
+    EXPECT_EQ (qv::bus::configured_folder(), "/run/user/4242/kelto-veltrano");
+    ::unsetenv ("XDG_RUNTIME_DIR");
+    EXPECT_EQ (qv::bus::configured_folder(), "/tmp/kelto-veltrano-" + std::to_string (::geteuid()));
+
+    if (runtime != nullptr)
+        ::setenv ("XDG_RUNTIME_DIR", saved_runtime.c_str(), 1);
 }
 
 TEST (qv_posix_port, message_is_the_system_text)
