@@ -132,5 +132,23 @@ for args in "lang klingon" "lang" $'--\x01\x02 lang ../../../etc/passwd %s%n'; d
   fi
 done
 
+# A failure during start-up: a bus folder that others may write is refused by the device
+# layer. The warning box names the failure; answering it ends the program, no window left.
+refused=$scratch/refused-bus
+mkdir -p "$refused" && chmod 0777 "$refused"
+KELTO_VIRTUAL_BUS=$refused "$program" >"$scratch/refused.log" 2>&1 &
+panel=$!
+if window=$(wait_for_window "$name Exception" 20); then
+  sleep 0.3
+  shot startup-failure
+  check "no main window behind the warning box" test -z "$(visible_windows "$name")"
+  xdotool key --window "$window" Return
+  if wait_for_exit "$panel" 10; then code=$exit_code; else kill "$panel"; code=timeout; fi
+  panel=
+  check "answering the warning box ends the program with code 0 ($code)" test "$code" = 0
+else
+  check "a start-up failure shows the warning box titled \"$name Exception\"" false
+fi
+
 echo "screenshots in $out"
 [ "$failures" -eq 0 ]
