@@ -158,6 +158,33 @@ TEST (veltrano_virtual, a_client_leaving_mid_frame_does_not_hold_the_interface)
     EXPECT_TRUE (a.running());
 }
 
+TEST (veltrano_virtual, a_client_that_never_reads_its_replies_is_dropped)
+{
+    temporary_bus bus;
+    virtual_interface a (bus, "a");
+
+    const int fd = connect_to (a.path());
+    const auto frame = request (qv::wire::driver_version, 1, 4, {});
+    std::vector<std::uint8_t> flood;
+    for (int i = 0; i < 512; ++i)
+        flood.insert (flood.end(), frame.begin(), frame.end());
+    // Ask and ask until the host stops taking requests: its replies pile up unread.
+    int stalled_ms = 0;
+    while (stalled_ms < 200)
+    {
+        if (::send (fd, flood.data(), flood.size(), MSG_NOSIGNAL | MSG_DONTWAIT) > 0)
+            stalled_ms = 0;
+        else if (errno == EAGAIN)
+            stalled_ms += 10, ::usleep (10000);
+        else
+            break; // dropped already
+    }
+
+    EXPECT_EQ (one_interface().count(), 1u) << "the flooding client still holds the interface";
+    ::close (fd);
+    EXPECT_EQ (a.unplug(), 0);
+}
+
 TEST (veltrano_virtual, session_answers_whole_requests_and_rejects_what_it_does_not_know)
 {
     vv_model model;

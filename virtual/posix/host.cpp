@@ -57,19 +57,21 @@ bool hung_up (int fd)
     return ::poll (&p, 1, 0) > 0 && (p.revents & (POLLRDHUP | POLLHUP | POLLERR)) != 0;
 }
 
-void send_frame (int fd, const std::vector<std::uint8_t>& bytes)
+// Frames are small and a client reads each reply before it asks again; one that
+// lets its socket fill up is not listening, and is dropped rather than waited for.
+bool send_frame (int fd, const std::vector<std::uint8_t>& bytes)
 {
-    // Frames are small; a client that does not read them loses them.
     std::size_t sent = 0;
     while (sent < bytes.size())
     {
-        const ssize_t n = ::send (fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        const ssize_t n = ::send (fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (n < 0 && errno == EINTR)
             continue;
         if (n <= 0)
-            return;
+            return false;
         sent += static_cast<std::size_t> (n);
     }
+    return true;
 }
 } // namespace
 
@@ -216,7 +218,11 @@ void host::serve_client()
             report_changes (r.changed_mask, r.before);
             save_state();
         }
-        send_frame (client, r.reply);
+        if (! send_frame (client, r.reply))
+        {
+            drop_client();
+            return;
+        }
         if (r.hang_up)
         {
             std::printf ("dropped a client that sent a malformed frame\n");
