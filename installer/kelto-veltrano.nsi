@@ -8,7 +8,7 @@ Target amd64-unicode
 !define VERSION "1.0.0f48"
 !define PUBLISHER "Kelto Audio"
 !define UNINSTALL_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\KeltoVeltrano"
-!define PROGRAM "${PRODUCT}.exe"
+!define PROGRAM "KeltoVeltrano.exe"
 
 Name "${PRODUCT}"
 OutFile "${OUTFILE}"

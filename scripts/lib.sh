@@ -13,6 +13,6 @@ configure_and_build() {
   cmake --build "$dir" -j "$jobs"
 }
 
-linux_build=$repo/build/linux
-windows_build=$repo/build/windows
-wine_prefix=$repo/build/wine-prefix
+linux_build=${VELTRANO_LINUX_BUILD:-$repo/build/linux}
+windows_build=${VELTRANO_WINDOWS_BUILD:-$repo/build/windows}
+wine_prefix=${VELTRANO_WINE_PREFIX:-$repo/build/wine-prefix}
