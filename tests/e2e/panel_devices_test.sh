@@ -194,7 +194,7 @@ for how in KILL TERM; do
   wait "$clicker"
   box=$(wait_for_window "$name Exception" 5)
   check "SIG$how during a click shows the error box" test -n "$box"
-  [ "$how" = KILL ] && [ -n "$box" ] && import -window "$box" "$out/error-box-en.png"
+  if [ "$how" = KILL ] && [ -n "$box" ]; then sleep 0.4; import -window "$box" "$out/error-box-en.png"; fi
   check "the panel still runs while the box is up" kill -0 "$panel"
   [ -n "$box" ] && xdotool key --window "$box" Return
   sleep 0.3
