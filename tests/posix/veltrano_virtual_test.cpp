@@ -13,6 +13,7 @@
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -96,6 +97,14 @@ TEST (veltrano_virtual, help_describes_every_option_and_bad_options_are_refused)
     EXPECT_EQ (status, 1);
     EXPECT_NE (run ("--delay-ms", status).find ("needs a value"), std::string::npos);
     EXPECT_EQ (status, 1);
+
+    temporary_bus bus;
+    EXPECT_NE (run ("--bus " + bus.folder() + " --state-file /dev/null", status).find ("not a regular file"),
+               std::string::npos);
+    EXPECT_EQ (status, 2);
+    struct stat null_device {};
+    ASSERT_EQ (::stat ("/dev/null", &null_device), 0);
+    EXPECT_TRUE (S_ISCHR (null_device.st_mode));
 }
 
 TEST (veltrano_virtual, state_file_holds_versions_and_block_from_the_start)

@@ -101,6 +101,10 @@ host::host (options s) : settings (std::move (s))
                                      : code == EACCES ? " (others may write to it; it must be mode 0700)"
                                                       : ""));
     }
+    // The state file is replaced by a rename: never let that replace something else.
+    struct stat state {};
+    if (! settings.state_file.empty() && ::lstat (settings.state_file.c_str(), &state) == 0 && ! S_ISREG (state.st_mode))
+        throw std::runtime_error ("--state-file: " + settings.state_file + " exists and is not a regular file");
     if (settings.name.empty())
         settings.name = "veltrano-" + std::to_string (::getpid());
     socket_path = folder + "/" + settings.name;
