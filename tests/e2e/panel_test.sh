@@ -28,6 +28,12 @@ export HOME=$scratch/home XDG_RUNTIME_DIR=$scratch/run XDG_CONFIG_HOME=$scratch/
 export KELTO_VIRTUAL_BUS=$scratch/bus   # an empty bus: no interface is plugged in
 mkdir -p "$HOME" "$XDG_CONFIG_HOME" && mkdir -m 700 "$XDG_RUNTIME_DIR" "$KELTO_VIRTUAL_BUS"
 program_folder=$(dirname "$program")
+# The download button opens the default browser through xdg-open: a stand-in records the
+# address instead.
+mkdir -p "$scratch/bin"
+printf '#!/bin/sh\necho "$@" >>"%s"\n' "$scratch/browser.log" >"$scratch/bin/xdg-open"
+chmod +x "$scratch/bin/xdg-open"
+export PATH=$scratch/bin:$PATH
 cleanup() {
   [ -n "${panel:-}" ] && kill "$panel" 2>/dev/null
   rm -f "$program_folder"/e2e_*.localization
@@ -82,6 +88,13 @@ if wait_for_exit "$second" 10; then second_code=$exit_code; else kill "$second";
 check "second start ends by itself with code 0 ($second_code)" test "$second_code" = 0
 check "still exactly one window" test "$(visible_windows "$name" | wc -l)" -eq 1
 check "first panel still running" kill -0 "$panel"
+
+# The download button (89 x 23 at 194,12 on the page, which starts under title and tab bar).
+xdotool mousemove --window "$window" $((194 + 44)) $((49 + 12 + 11)) click 1
+for _ in $(seq 100); do [ -s "$scratch/browser.log" ] && break; sleep 0.05; done
+check "download button opens the downloads page ($(cat "$scratch/browser.log" 2>/dev/null))" \
+  grep -q '^https\?://[^ ]*/veltrano/en_downloads\.php$' "$scratch/browser.log"
+xdotool mousemove 1000 1000
 
 close_panel
 check "close button ends the panel with exit code 0 ($code)" test "$code" = 0
