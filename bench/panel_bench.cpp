@@ -88,27 +88,57 @@ namespace
         report ("click to block written and all 12 controls refreshed", samples);
     }
 
+    // A window around the container that notes when it last painted: JUCE paints a
+    // top-level component's children, then its paintOverChildren, in every paint pass.
+    class painted_frame : public juce::Component
+    {
+    public:
+        explicit painted_frame (juce::Component& content)
+        {
+            addAndMakeVisible (content);
+            setBounds (0, 0, 634, 550);
+            addToDesktop (0);
+            setVisible (true);
+        }
+        void paintOverChildren (juce::Graphics&) override { last_paint = clock::now(); }
+        clock::time_point last_paint {};
+    };
+
     void plug_ins (const juce::XmlElement& root, const temporary_bus& bus)
     {
         container tabs (root);
-        std::vector<double> samples;
+        // On a display (bench/panel runs it on Xvfb) the tab is also timed until painted.
+        std::unique_ptr<painted_frame> frame;
+        if (std::getenv ("DISPLAY") != nullptr)
+            frame = std::make_unique<painted_frame> (tabs);
+        pump_for (200);
+
+        std::vector<double> added, painted;
         for (int i = 0; i < 50; ++i)
         {
             virtual_interface vi (bus, "plug", {}, false);
-            clock::time_point plugged {};
-            while (tabs.getNumTabs() < 2)
+            clock::time_point plugged {}, tab {};
+            for (;;)
             {
                 if (plugged == clock::time_point {} && is_socket (vi.path()))
                     plugged = clock::now();
+                if (tab == clock::time_point {} && tabs.getNumTabs() == 2)
+                    tab = clock::now();
+                if (tab != clock::time_point {} && (frame == nullptr || frame->last_paint > tab))
+                    break;
                 juce::MessageManager::getInstance()->runDispatchLoopUntil (0);
             }
             if (plugged == clock::time_point {})
-                plugged = clock::now();
-            samples.push_back (ms (clock::now() - plugged));
+                plugged = tab;
+            added.push_back (ms (tab - plugged));
+            if (frame != nullptr)
+                painted.push_back (ms (frame->last_paint - plugged));
             vi.unplug();
             pump_until ([&] { return tabs.getNumTabs() == 1; }, 3000);
         }
-        report ("interface plugged in (socket made) to its tab added", samples);
+        report ("interface plugged in (socket made) to its tab added", added);
+        if (! painted.empty())
+            report ("interface plugged in (socket made) to its tab painted on the display", painted);
     }
 
     void cycles (const juce::XmlElement& root, const temporary_bus& bus, int count)
@@ -127,7 +157,7 @@ namespace
                 vi.unplug();
                 missed += ! pump_until ([&] { return tabs.getNumTabs() == 1 && tabs.empty(); }, 3000);
             }
-            if (i == 50)
+            if (i == std::min (50, count))
             {
                 rss_warm = resident_kb();
                 fds_warm = open_descriptors();
@@ -135,7 +165,7 @@ namespace
         }
         std::printf ("%d plug and pull cycles with the panel open (%.1f s, %d events missed):\n", count,
                      ms (clock::now() - start) / 1000.0, missed);
-        std::printf ("  after 50: %ld KB resident, %d descriptors; after %d: %ld KB resident, %d descriptors\n",
+        std::printf ("  after %d: %ld KB resident, %d descriptors; after %d: %ld KB resident, %d descriptors\n", std::min (50, count),
                      rss_warm, fds_warm, count, resident_kb(), open_descriptors());
     }
 }
