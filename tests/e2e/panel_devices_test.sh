@@ -205,6 +205,24 @@ for how in KILL TERM; do
   check "the panel goes on: a click reaches the first interface" wait_byte a 9 $(( before == 255 ? 0 : 255 ))
 done
 
+# --- An interface pulled while its gain menu is open ----------------------------------------
+plug menu || exit 1
+wait_tabs 4 || echo "menu interface: no tab"
+select_tab 3
+page_click $to_expert
+wait_size 634x569 || echo "menu interface: no expert page"
+page_click $out12
+sleep 0.4
+pull menu
+sleep 0.5
+check "the panel still runs with the menu of a pulled interface open" kill -0 "$panel"
+xdotool key Down Down Return   # a choice, whose page and interface are gone
+check "then tab 0 shows, at the easy page's size" wait_size 475x231
+check "the pulled interface's tab is gone" wait_tabs 3
+before=$(byte a 9)
+page_click ${easy_switch[9]}
+check "the panel goes on: a click reaches the first interface" wait_byte a 9 $(( before == 255 ? 0 : 255 ))
+
 # --- Firmware older than 1.1.1 ---------------------------------------------------------------
 plug old --firmware 1.1.0 || exit 1
 wait_tabs 4 || echo "old interface: no tab"
