@@ -1,10 +1,10 @@
 // One open interface: a connected socket to its veltrano-virtual host. Every
 // control request is one frame out and one frame back within a bounded time.
+#include "event_hub.h"
 #include "hang_up.h"
 #include "native_port.h"
 #include "wire.h"
 
-#include <juce_events/juce_events.h>
 
 #include <cerrno>
 #include <chrono>
@@ -12,6 +12,7 @@
 #include <map>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -142,16 +143,16 @@ port<os_result>::handle_type port<os_result>::open (const std::string& path)
 
 port<os_result>::notification_type port<os_result>::watch (handle_type handle, window& w)
 {
+    // Hang-up and errors only: a late reply is no event.
+    event_hub::watch (handle, EPOLLRDHUP, [handle] { report_hang_up (handle); });
     watched[handle] = w.driver_link;
-    juce::LinuxEventLoop::registerFdCallback (handle, [] (int fd) { report_hang_up (fd); },
-                                              POLLRDHUP); // hang-up and errors only: a late reply is no event
     return handle;
 }
 
 void port<os_result>::unwatch (notification_type notification)
 {
     if (notification != no_notification && watched.erase (notification) != 0)
-        juce::LinuxEventLoop::unregisterFdCallback (notification);
+        event_hub::unwatch (notification);
 }
 
 namespace
@@ -172,7 +173,7 @@ void report_hang_up (int fd)
         return;
     const auto link = found->second;
     watched.erase (found);
-    juce::LinuxEventLoop::unregisterFdCallback (fd);
+    event_hub::unwatch (fd);
     if (link->events.attached())
         link->events.removal (link->events.driver, fd);
 }

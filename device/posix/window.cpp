@@ -1,15 +1,16 @@
 // The driver's notification endpoint on Linux: the bus folder, listed at start and
 // watched with inotify on the JUCE message thread for interfaces that arrive.
 #include "bus.h"
+#include "event_hub.h"
 #include "hang_up.h"
 #include "native_port.h"
 
-#include <juce_events/juce_events.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
+#include <sys/epoll.h>
 #include <sys/inotify.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -58,13 +59,23 @@ port<os_result>::window::window() : bus (bus::open_folder (bus::configured_folde
         throw os_result (static_cast<std::uint32_t> (error));
     }
     driver_link = std::make_shared<link>();
-    juce::LinuxEventLoop::registerFdCallback (inotify, [this] (int) { read_folder_events(); });
+    try
+    {
+        event_hub::watch (inotify, EPOLLIN, [this] { read_folder_events(); });
+    }
+    catch (...)
+    {
+        ::close (inotify);
+        throw;
+    }
+    event_hub::hold();
 }
 
 port<os_result>::window::~window()
 {
     driver_link->events = {};
-    juce::LinuxEventLoop::unregisterFdCallback (inotify);
+    event_hub::unwatch (inotify);
+    event_hub::release();
     ::close (inotify);
 }
 
