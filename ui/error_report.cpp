@@ -30,9 +30,8 @@ void show_failure_box (const juce::String& message, juce::ModalComponentManager:
 void report_escaped_failure (std::exception_ptr failure)
 {
     // While the box is up, an interface may go and its page be deleted: nothing of the
-    // click may still be on the stack by then. And no modal loop: on Linux, JUCE's run loop
-    // keeps the descriptors of the pass that a nested loop interrupts, and calls one that
-    // was unregistered meanwhile (an interface pulled while the box is up) once it ends.
+    // click may still be on the stack by then. The box does not run a modal loop of its
+    // own, so the panel goes on serving the other interfaces while it is shown.
     const auto message = describe_failure (failure);
     juce::MessageManager::callAsync ([message] {
         show_failure_box (message, juce::ModalCallbackFunction::create ([] (int) {}));
