@@ -10,34 +10,17 @@ program=$(realpath "$1")
 virtual=$(realpath "$2")
 out=$(mkdir -p "$3" && realpath "$3")
 
-# One instance per machine: a private /var/tmp keeps a panel running elsewhere from counting.
-if [ -z "${PANEL_TEST_ISOLATED:-}" ] && [ "$(id -u)" = 0 ] \
-   && unshare --mount --propagation private true 2>/dev/null; then
-  exec env PANEL_TEST_ISOLATED=1 unshare --mount --propagation private \
-    sh -c 'mount -t tmpfs tmpfs /var/tmp && exec "$0" "$@"' "$0" "$@"
-fi
-
 source "$here/x11_session.sh"
-name="Kelto Veltrano"
-failures=0
-check() {   # check DESCRIPTION COMMAND...: one expectation, reported either way
-  local what=$1; shift
-  if "$@"; then echo "ok   - $what"; else echo "FAIL - $what"; failures=$((failures + 1)); fi
-  if [ -n "${panel:-}" ] && ! kill -0 "$panel" 2>/dev/null; then
-    echo "FAIL - the panel is gone:"; cat "$scratch/panel.log"; exit 1
-  fi
-}
+isolate_var_tmp "$0" "$@"
 
-scratch=$(mktemp -d)
+private_home
 # A bus path of fixed length gives tab titles, and so tab widths, of fixed length.
 bus=$(mktemp -d /tmp/kv.XXXXXX)
 chmod 700 "$bus"
-export HOME=$scratch/home XDG_RUNTIME_DIR=$scratch/run XDG_CONFIG_HOME=$scratch/config KELTO_VIRTUAL_BUS=$bus
-mkdir -p "$HOME" "$XDG_CONFIG_HOME" && mkdir -m 700 "$XDG_RUNTIME_DIR"
+export KELTO_VIRTUAL_BUS=$bus
 images=$(find "$(dirname "$(dirname "$program")")" -path '*skin/images' -type d | head -1)
 
 declare -A interface_pid=()
-panel=
 cleanup() {
   [ -n "$panel" ] && kill "$panel" 2>/dev/null
   for pid in "${interface_pid[@]}"; do kill "$pid" 2>/dev/null; done
@@ -74,19 +57,6 @@ wait_byte() {
   done
 }
 
-start_panel() {
-  "$program" "$@" >"$scratch/panel.log" 2>&1 &
-  panel=$!
-  window=$(wait_for_window "$name" 20) || { echo "no window for: $*"; cat "$scratch/panel.log"; return 1; }
-  sleep 0.3
-}
-close_panel() {
-  local width
-  width=$(window_geometry "$window" | cut -dx -f1)
-  xdotool mousemove --window "$window" $((width - 10)) 10 click 1
-  if wait_for_exit "$panel" 10; then code=$exit_code; else kill "$panel"; code=timeout; fi
-  panel=
-}
 size() { window_geometry "$window" | cut -d+ -f1; }
 wait_size() {   # wait_size WxH: the window takes that size within 3 s
   local deadline=$(( $(date +%s) + 3 ))

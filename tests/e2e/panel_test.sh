@@ -7,26 +7,12 @@ here=$(cd "$(dirname "$0")" && pwd)
 program=$(realpath "$1")
 out=$(mkdir -p "$2" && realpath "$2")
 
-# The single-instance lock is a file in /var/tmp named after the program: give this test a
-# private /var/tmp so that a panel running elsewhere on the machine does not count.
-if [ -z "${PANEL_TEST_ISOLATED:-}" ] && [ "$(id -u)" = 0 ] \
-   && unshare --mount --propagation private true 2>/dev/null; then
-  exec env PANEL_TEST_ISOLATED=1 unshare --mount --propagation private \
-    sh -c 'mount -t tmpfs tmpfs /var/tmp && exec "$0" "$@"' "$0" "$@"
-fi
-
 source "$here/x11_session.sh"
-name="Kelto Veltrano"
-failures=0
-check() {   # check DESCRIPTION COMMAND...: one expectation, reported either way
-  local what=$1; shift
-  if "$@"; then echo "ok   - $what"; else echo "FAIL - $what"; failures=$((failures + 1)); fi
-}
+isolate_var_tmp "$0" "$@"
 
-scratch=$(mktemp -d)
-export HOME=$scratch/home XDG_RUNTIME_DIR=$scratch/run XDG_CONFIG_HOME=$scratch/config
+private_home
 export KELTO_VIRTUAL_BUS=$scratch/bus   # an empty bus: no interface is plugged in
-mkdir -p "$HOME" "$XDG_CONFIG_HOME" && mkdir -m 700 "$XDG_RUNTIME_DIR" "$KELTO_VIRTUAL_BUS"
+mkdir -m 700 "$KELTO_VIRTUAL_BUS"
 program_folder=$(dirname "$program")
 # The download button opens the default browser through xdg-open: a stand-in records the
 # address instead.
@@ -43,24 +29,6 @@ cleanup() {
 trap cleanup EXIT
 start_private_display || exit 1
 
-panel=
-# start_panel ARGS...: starts the panel and waits for its window (id in $window).
-start_panel() {
-  "$program" "$@" >"$scratch/panel.log" 2>&1 &
-  panel=$!
-  window=$(wait_for_window "$name" 20) || { echo "no window for: $*"; cat "$scratch/panel.log"; return 1; }
-  sleep 0.3   # let the first paint finish before a screenshot
-}
-# close_panel: the close button at the right end of the 19-pixel title bar; exit code in $code.
-close_panel() {
-  local width
-  width=$(window_geometry "$window" | cut -dx -f1)
-  xdotool mousemove --window "$window" $((width - 10)) 10 click 1
-  if wait_for_exit "$panel" 10; then code=$exit_code
-  else echo "panel still running after the close button"; kill "$panel"; code=timeout; fi
-  panel=
-  xdotool mousemove 1000 1000   # keep the pointer off the next window
-}
 shot() { import -window "$window" "$out/$1.png"; }
 
 # English, no device: the window, its sizes and the About page.

@@ -59,3 +59,52 @@ wait_for_exit() {
 differing_pixels() {
   compare -metric AE "$1" "$2" null: 2>&1 | awk '{print int($1)}'
 }
+
+# isolate_var_tmp "$0" "$@": re-runs the test with a private /var/tmp, where the program's
+# single-instance lock lives, so that a panel running elsewhere on the machine does not count.
+isolate_var_tmp() {
+  if [ -z "${PANEL_TEST_ISOLATED:-}" ] && [ "$(id -u)" = 0 ] \
+     && unshare --mount --propagation private true 2>/dev/null; then
+    exec env PANEL_TEST_ISOLATED=1 unshare --mount --propagation private \
+      sh -c 'mount -t tmpfs tmpfs /var/tmp && exec "$0" "$@"' "$@"
+  fi
+}
+
+# private_home: a scratch folder ($scratch) holding HOME and the runtime and config folders.
+private_home() {
+  scratch=$(mktemp -d)
+  export HOME=$scratch/home XDG_RUNTIME_DIR=$scratch/run XDG_CONFIG_HOME=$scratch/config
+  mkdir -p "$HOME" "$XDG_CONFIG_HOME" && mkdir -m 700 "$XDG_RUNTIME_DIR"
+}
+
+name="Kelto Veltrano"
+failures=0
+panel=
+# check DESCRIPTION COMMAND...: one expectation, reported either way; a panel that died
+# ends the test.
+check() {
+  local what=$1; shift
+  if "$@"; then echo "ok   - $what"; else echo "FAIL - $what"; failures=$((failures + 1)); fi
+  if [ -n "${panel:-}" ] && ! kill -0 "$panel" 2>/dev/null; then
+    echo "FAIL - the panel is gone:"; cat "$scratch/panel.log"; exit 1
+  fi
+}
+
+# start_panel ARGS...: starts $program and waits for its window (id in $window).
+start_panel() {
+  "$program" "$@" >"$scratch/panel.log" 2>&1 &
+  panel=$!
+  window=$(wait_for_window "$name" 20) || { echo "no window for: $*"; cat "$scratch/panel.log"; return 1; }
+  sleep 0.3   # let the first paint finish before a screenshot
+}
+
+# close_panel: the close button at the right end of the 19-pixel title bar; exit code in $code.
+close_panel() {
+  local width
+  width=$(window_geometry "$window" | cut -dx -f1)
+  xdotool mousemove --window "$window" $((width - 10)) 10 click 1
+  if wait_for_exit "$panel" 10; then code=$exit_code
+  else echo "panel still running after the close button"; kill "$panel"; code=timeout; fi
+  panel=
+  xdotool mousemove 1000 1000   # keep the pointer off the next window
+}

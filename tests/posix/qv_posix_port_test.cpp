@@ -2,6 +2,7 @@
 // the one-client rule, faults and the parameter block as the interface sees it.
 #include "device/device.h"
 #include "device/posix/bus.h"
+#include "tests/support/thrown_code.h"
 #include "tests/support/virtual_interface.h"
 
 #include <gtest/gtest.h>
@@ -36,21 +37,6 @@ public:
     std::vector<std::string> arrivals, removals;
 };
 
-// The code a call threw, or 0 when it threw nothing.
-template <class F>
-std::uint32_t thrown_by (F&& f)
-{
-    try
-    {
-        f();
-    }
-    catch (os_result code)
-    {
-        return code;
-    }
-    return 0;
-}
-
 double seconds_since (clock::time_point start) { return std::chrono::duration<double> (clock::now() - start).count(); }
 
 std::vector<int> numbered_block()
@@ -61,13 +47,6 @@ std::vector<int> numbered_block()
     return block;
 }
 
-std::vector<std::string> block_option (const std::vector<int>& block)
-{
-    std::string values;
-    for (int v : block)
-        values += (values.empty() ? "" : " ") + std::to_string (v);
-    return { "--block", values };
-}
 } // namespace
 
 TEST (qv_posix_port, present_interfaces_are_listed_silently_in_name_order)
@@ -137,7 +116,7 @@ TEST (qv_posix_port, an_interface_pulled_out_is_announced_and_dropped)
     EXPECT_EQ (driver.removals, std::vector<std::string> { a.path() });
     EXPECT_EQ (driver.paths(), std::vector<std::string> { b.path() });
     EXPECT_TRUE (held->removed);
-    EXPECT_NE (thrown_by ([&] { held->transfer (false); }), 0u);
+    EXPECT_NE (thrown_code ([&] { held->transfer (false); }), 0u);
     EXPECT_TRUE (driver.arrivals.empty());
 }
 
@@ -165,7 +144,7 @@ TEST (qv_posix_port, a_second_opener_is_refused_with_ebusy)
     watching_driver first;
     ASSERT_EQ (first.size(), 1u);
 
-    EXPECT_EQ (thrown_by ([] { watching_driver second; }), std::uint32_t (EBUSY));
+    EXPECT_EQ (thrown_code ([] { watching_driver second; }), std::uint32_t (EBUSY));
     EXPECT_EQ (qv::message (os_result (EBUSY)), std::strerror (EBUSY));
 
     // The holder keeps working, and once it lets go the interface opens again.
@@ -186,8 +165,8 @@ TEST (qv_posix_port, a_failing_interface_throws_eio_at_once)
     d.transfer (false);
     d.parameters[3] = 7;
     const auto start = clock::now();
-    EXPECT_EQ (thrown_by ([&] { d.transfer (true); }), std::uint32_t (EIO));
-    EXPECT_EQ (thrown_by ([&] { d.read_firmware(); }), std::uint32_t (EIO));
+    EXPECT_EQ (thrown_code ([&] { d.transfer (true); }), std::uint32_t (EIO));
+    EXPECT_EQ (thrown_code ([&] { d.read_firmware(); }), std::uint32_t (EIO));
     EXPECT_LT (seconds_since (start), 0.5);
     EXPECT_EQ (a.block()[3], 34) << "the failed write changed nothing";
 }
@@ -201,12 +180,12 @@ TEST (qv_posix_port, a_vanishing_interface_fails_requests_and_is_removed)
 
     d->transfer (false);
     const auto start = clock::now();
-    EXPECT_EQ (thrown_by ([&] { d->transfer (false); }), std::uint32_t (ENODEV));
+    EXPECT_EQ (thrown_code ([&] { d->transfer (false); }), std::uint32_t (ENODEV));
     EXPECT_LT (seconds_since (start), 0.5);
     EXPECT_EQ (a.wait_for_exit (3000), 0);
     EXPECT_TRUE (pump_until ([&] { return driver.empty(); }, 3000));
     EXPECT_EQ (driver.removals.size(), 1u);
-    EXPECT_NE (thrown_by ([&] { d->transfer (false); }), 0u);
+    EXPECT_NE (thrown_code ([&] { d->transfer (false); }), 0u);
 }
 
 TEST (qv_posix_port, a_slow_interface_times_out_instead_of_freezing)
@@ -214,7 +193,7 @@ TEST (qv_posix_port, a_slow_interface_times_out_instead_of_freezing)
     temporary_bus bus;
     virtual_interface slow (bus, "slow", { "--delay-ms", "2600" });
     const auto start = clock::now();
-    EXPECT_EQ (thrown_by ([] { watching_driver driver; }), std::uint32_t (ETIMEDOUT));
+    EXPECT_EQ (thrown_code ([] { watching_driver driver; }), std::uint32_t (ETIMEDOUT));
     const double waited = seconds_since (start);
     EXPECT_GE (waited, 1.9);
     EXPECT_LT (waited, 2.6);
@@ -254,14 +233,14 @@ TEST (qv_posix_port, an_unsafe_bus_folder_is_refused)
 {
     temporary_bus bus;
     ASSERT_EQ (::chmod (bus.folder().c_str(), 0777), 0);
-    EXPECT_EQ (thrown_by ([] { watching_driver driver; }), std::uint32_t (EACCES));
+    EXPECT_EQ (thrown_code ([] { watching_driver driver; }), std::uint32_t (EACCES));
     EXPECT_THROW (virtual_interface (bus, "a"), std::runtime_error);
 
     ASSERT_EQ (::chmod (bus.folder().c_str(), 0700), 0);
     if (::geteuid() != 0)
         GTEST_SKIP() << "a folder of another owner needs root to make";
     ASSERT_EQ (::chown (bus.folder().c_str(), 65534, 65534), 0);
-    EXPECT_EQ (thrown_by ([] { watching_driver driver; }), std::uint32_t (EPERM));
+    EXPECT_EQ (thrown_code ([] { watching_driver driver; }), std::uint32_t (EPERM));
     EXPECT_THROW (virtual_interface (bus, "a"), std::runtime_error);
     ASSERT_EQ (::chown (bus.folder().c_str(), 0, 0), 0);
 }

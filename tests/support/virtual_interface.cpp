@@ -180,4 +180,12 @@ bool pump_until (const std::function<bool()>& done, int ms)
 
 void pump_for (int ms) { juce::MessageManager::getInstance()->runDispatchLoopUntil (ms); }
 
+std::vector<std::string> block_option (const std::vector<int>& block)
+{
+    std::string values;
+    for (int v : block)
+        values += (values.empty() ? "" : " ") + std::to_string (v);
+    return { "--block", values };
+}
+
 #endif

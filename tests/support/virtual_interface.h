@@ -61,6 +61,9 @@ private:
     int status = -1;
 };
 
+// The options that start an interface with `block` as its parameter block.
+std::vector<std::string> block_option (const std::vector<int>& block);
+
 // Runs the JUCE message loop until `done` holds or `ms` pass; returns `done()`.
 bool pump_until (const std::function<bool()>& done, int ms);
 // Runs the message loop for `ms`.

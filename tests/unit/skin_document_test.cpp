@@ -90,33 +90,21 @@ TEST (skin_document, a_preferences_file_beside_the_program_changes_nothing)
     EXPECT_EQ (root->getChildByName ("style")->getIntAttribute ("size"), 12);
 }
 
-TEST (skin_images, every_table_row_decodes_at_its_fixed_size)
+TEST (skin_images, the_document_uses_every_table_row_and_each_decodes_at_its_fixed_size)
 {
-    EXPECT_EQ (image_references().size(), 33);
-    for (auto& reference : image_references())
+    auto root = parse_skin();
+    juce::StringArray used, table (image_references());
+    collect_references (*root, used);
+    used.sort (false);
+    table.sort (false);
+    EXPECT_EQ (table.size(), 33);
+    EXPECT_EQ (used, table) << "every reference resolves, and every picture is used";
+    for (auto& reference : table)
     {
         auto expected = image_sizes.find (reference);
         ASSERT_NE (expected, image_sizes.end()) << "unexpected row " << reference;
         const auto image = image_lookup (reference);
-        ASSERT_TRUE (image.isValid()) << reference;
-        EXPECT_EQ (image.getWidth(), expected->second.w) << reference;
-        EXPECT_EQ (image.getHeight(), expected->second.h) << reference;
-    }
-}
-
-TEST (skin_images, every_reference_in_the_document_resolves)
-{
-    auto root = parse_skin();
-    juce::StringArray references;
-    collect_references (*root, references);
-    EXPECT_EQ (references.size(), 33) << "the skin uses every picture once at least";
-    for (auto& reference : references)
-    {
-        auto expected = image_sizes.find (reference);
-        ASSERT_NE (expected, image_sizes.end()) << "no such picture: " << reference;
-        const auto image = image_lookup (reference);
-        EXPECT_EQ (image.getWidth(), expected->second.w) << reference;
-        EXPECT_EQ (image.getHeight(), expected->second.h) << reference;
+        EXPECT_EQ (image.getBounds(), juce::Rectangle<int> (expected->second.w, expected->second.h)) << reference;
     }
 }
 
@@ -229,40 +217,5 @@ TEST (skin_gain_menus, headset_menus_skip_steps_2_to_10)
         ASSERT_EQ (items.size(), 31u);
         for (auto& item : items)
             EXPECT_FALSE (item.step >= 2 && item.step <= 10) << tag << " has step " << item.step;
-        EXPECT_EQ (items[29].item, "-69");
-        EXPECT_EQ (items[30].item, "mute");
-        EXPECT_EQ (items[0].item, "+6");
-        EXPECT_EQ (items[6].item, "0 dB");
     }
-}
-
-TEST (skin_gain_menus, item_texts_differ_where_the_channels_differ)
-{
-    auto root = parse_skin();
-    const auto gain1 = menu_of (*root, "input_gain1");
-    const auto gain2 = menu_of (*root, "input_gain2");
-    const auto hi_z = menu_of (*root, "input_gain2_hi_z");
-    const auto gain34 = menu_of (*root, "input_gain34");
-
-    EXPECT_EQ (gain1[0].item, "50.5");
-    EXPECT_EQ (gain2[0].item, "50.5 (43)");
-    EXPECT_EQ (gain2[0].step, 20);
-    EXPECT_EQ (gain2[3].item, "42.5 (41.5)");
-    EXPECT_EQ (hi_z[0].item, "43");
-    EXPECT_EQ (hi_z[1].item, "42.5");
-    EXPECT_EQ (hi_z[2].item, "42.5");
-    EXPECT_EQ (hi_z[3].item, "41.5");
-    for (size_t i = 4; i < 20; ++i)
-    {
-        EXPECT_EQ (gain2[i].item, gain1[i].item) << i;
-        EXPECT_EQ (hi_z[i].item, gain1[i].item) << i;
-        EXPECT_EQ (gain34[i].item, gain1[i].item) << i;
-    }
-    EXPECT_EQ (gain1.back().item, "0 dB");
-
-    const auto out = menu_of (*root, "level_out12");
-    EXPECT_EQ (out.front().item, "0 dB");
-    EXPECT_EQ (out[33].item, "-50.5");
-    EXPECT_EQ (out[38].item, "-121.5");
-    EXPECT_EQ (out.back().item, "mute");
 }
