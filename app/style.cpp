@@ -1,6 +1,7 @@
 #include "app/style.h"
 #include "skin/image_lookup.h"
 #include "ui/argb_colour.h"
+#include "ui/attribute.h"
 
 namespace
 {
@@ -31,14 +32,14 @@ juce::String chosen_typeface (const juce::XmlElement& element)
     // A translation may name a typeface fit for its script; it beats the skin's choice.
     const juce::String key ("typeface.windows");
     const auto translated = juce::translate (key);
-    return translated != key ? translated : element.getStringAttribute (key);
+    return translated != key ? translated : string_attribute (element, key);
 }
 
 style::style (const juce::XmlElement& element)
     : juce::XmlElement (element),
-      title (image_lookup (getStringAttribute ("title"))),
-      tab (image_lookup (getStringAttribute ("tab"))),
-      size (getIntAttribute ("size", 10))
+      title (image_lookup (string_attribute (*this, "title"))),
+      tab (image_lookup (string_attribute (*this, "tab"))),
+      size (integer_attribute (*this, "size", 10))
 {
     // A typeface this system lacks would draw no text at all (JUCE on Linux has no
     // substitute for it, and "Microsoft YaHei" exists on Windows only): keep the default.
@@ -49,10 +50,10 @@ style::style (const juce::XmlElement& element)
     for (auto* child : getChildIterator())
     {
         const auto tag = child->getTagName();
-        const auto id = child->getStringAttribute ("id");
+        const auto id = string_attribute (*child, "id");
         for (auto& row : colour_rows)
             if (tag == row.tag && id == row.id)
-                setColour (row.colour_id, argb_colour (child->getStringAttribute ("argb")));
+                setColour (row.colour_id, argb_colour (string_attribute (*child, "argb")));
     }
 }
 

@@ -1,4 +1,5 @@
 #include "ui/about.h"
+#include "ui/attribute.h"
 #include "ui/page_picture.h"
 #include "skin/image_lookup.h"
 
@@ -21,7 +22,7 @@ juce::String about::information()
 
 about::about (const juce::XmlElement& element)
     : juce::XmlElement (element),
-      background (image_lookup (element.getStringAttribute ("background"))),
+      background (image_lookup (string_attribute (element, "background"))),
       info (info_element (element), information(), background.getWidth(), background.getHeight()),
       update (juce::String())
 {
@@ -32,16 +33,16 @@ about::about (const juce::XmlElement& element)
     if (button == nullptr)
         return;
 
-    update.setName (button->getStringAttribute ("url"));
+    update.setName (string_attribute (*button, "url"));
     update.setImages (true, true, true,
-                      image_lookup (button->getStringAttribute ("off")), 1.0f, juce::Colour(),
-                      image_lookup (button->getStringAttribute ("over")), 1.0f, juce::Colour(),
-                      image_lookup (button->getStringAttribute ("on")), 1.0f, juce::Colour(),
+                      image_lookup (string_attribute (*button, "off")), 1.0f, juce::Colour(),
+                      image_lookup (string_attribute (*button, "over")), 1.0f, juce::Colour(),
+                      image_lookup (string_attribute (*button, "on")), 1.0f, juce::Colour(),
                       0.0f);
-    const int y = button->getIntAttribute ("y", 0);
-    const int x = button->getIntAttribute ("x", 0);
+    const int y = integer_attribute (*button, "y", 0);
+    const int x = integer_attribute (*button, "x", 0);
     update.setBounds (x, y, update.getWidth(), update.getHeight());
-    update.setTooltip (juce::translate (button->getStringAttribute ("tooltip")));
+    update.setTooltip (juce::translate (string_attribute (*button, "tooltip")));
     update.setVisible (true);
     addChildComponent (update, -1);
     update.addListener (this);

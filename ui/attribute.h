@@ -2,6 +2,21 @@
 
 #include <juce_core/juce_core.h>
 
-// An integer attribute as the C library reads it: leading decimal digits, garbage 0.
+// Attribute reads of the skin's elements. A skin may spell an attribute name in any
+// letter case (SIZE reads like size), which JUCE's own attribute getters do not allow:
+// each of these takes the first attribute whose name equals `name` ignoring case.
+
+// The attribute's value, or nullptr when the element has no such attribute.
+const juce::String* find_attribute (const juce::XmlElement& element, const juce::String& name);
+
+bool has_attribute (const juce::XmlElement& element, const juce::String& name);
+
+// The attribute's text, even when empty; `fallback` when the attribute is missing.
+juce::String string_attribute (const juce::XmlElement& element, const juce::String& name,
+                               const juce::String& fallback = {});
+
+// An integer attribute as the C library reads it (strtol, base 10; JUCE's own getter
+// uses atoi, the same rule): leading decimal digits, garbage 0.
 // A missing attribute gives `fallback`.
 int integer_attribute (const juce::XmlElement& element, const juce::String& name, int fallback = 0);
+

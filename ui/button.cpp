@@ -20,9 +20,9 @@ button::button (const juce::XmlElement& element, ::device& d)
       min (low_byte (integer_attribute (*this, "min", 255))),
       max (low_byte (integer_attribute (*this, "max", 0)))
 {
-    const auto down = image_lookup (getStringAttribute ("on", no_image));
-    const auto over = image_lookup (getStringAttribute ("over", no_image));
-    const auto normal = image_lookup (getStringAttribute ("off", no_image));
+    const auto down = image_lookup (string_attribute (*this, "on", no_image));
+    const auto over = image_lookup (string_attribute (*this, "over", no_image));
+    const auto normal = image_lookup (string_attribute (*this, "off", no_image));
     setImages (true, true, true,
                normal, 1.0f, juce::Colour(),
                over, 1.0f, juce::Colour(),
@@ -32,7 +32,7 @@ button::button (const juce::XmlElement& element, ::device& d)
     const int y = integer_attribute (*this, "y");
     const int x = integer_attribute (*this, "x");
     setBounds (x, y, getWidth(), getHeight());
-    setTooltip (juce::translate (getStringAttribute ("tooltip")));
+    setTooltip (juce::translate (string_attribute (*this, "tooltip")));
 
     fill_menu (*this, *this);
     refresh();
@@ -49,10 +49,10 @@ std::uint8_t* button::byte() const
 
 void button::fill_menu (juce::PopupMenu& menu, const juce::XmlElement& element)
 {
-    if (element.hasAttribute ("menu"))
-        menu.addSectionHeader (juce::translate (element.getStringAttribute ("menu")));
+    if (has_attribute (element, "menu"))
+        menu.addSectionHeader (juce::translate (string_attribute (element, "menu")));
     for (auto* gain : element.getChildIterator())
-        menu.addItem (integer_attribute (*gain, "step"), gain->getStringAttribute ("item"), true, false);
+        menu.addItem (integer_attribute (*gain, "step"), string_attribute (*gain, "item"), true, false);
 }
 
 bool button::has_choices (const juce::PopupMenu& menu)

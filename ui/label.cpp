@@ -1,23 +1,24 @@
 #include "ui/label.h"
 #include "ui/argb_colour.h"
+#include "ui/attribute.h"
 
 label::label (const juce::XmlElement& element, const juce::String& text, int defaultWidth, int defaultHeight)
     : juce::XmlElement (element),
-      juce::Label (text, element.getStringAttribute ("text", text))
+      juce::Label (text, string_attribute (element, "text", text))
 {
     setJustificationType (juce::Justification::centred);
-    setFont (juce::Font ((float) getIntAttribute ("size", 12)));
+    setFont (juce::Font ((float) integer_attribute (*this, "size", 12)));
 
-    const int h = getIntAttribute ("h", defaultHeight);
-    const int w = getIntAttribute ("w", defaultWidth);
-    const int y = getIntAttribute ("y", 0);
-    const int x = getIntAttribute ("x", 0);
+    const int h = integer_attribute (*this, "h", defaultHeight);
+    const int w = integer_attribute (*this, "w", defaultWidth);
+    const int y = integer_attribute (*this, "y", 0);
+    const int x = integer_attribute (*this, "x", 0);
     setBounds (x, y, w, h);
 
-    setTooltip (juce::translate (getStringAttribute ("tooltip")));
+    setTooltip (juce::translate (string_attribute (*this, "tooltip")));
 
-    if (hasAttribute ("argb"))
-        setColour (juce::Label::textColourId, argb_colour (getStringAttribute ("argb")));
+    if (has_attribute (*this, "argb"))
+        setColour (juce::Label::textColourId, argb_colour (string_attribute (*this, "argb")));
 }
 
 label::~label() = default;

@@ -56,11 +56,11 @@ view::view (const juce::XmlElement& element, ::device& d)
       mode (juce::String()),
       update (juce::String())
 {
-    background = image_lookup (getStringAttribute ("background"));
+    background = image_lookup (string_attribute (*this, "background"));
 
     if (! gated (device->firmware))
     {
-        build_page (layout (getStringAttribute ("startup", "easy")));
+        build_page (layout (string_attribute (*this, "startup", "easy")));
         mode.setVisible (true);
         addChildComponent (mode, -1);
         mode.addListener (this);
@@ -91,15 +91,15 @@ void view::build_page (const juce::XmlElement* page)
     if (page == nullptr)
         throw invalid_data();
 
-    background = image_lookup (page->getStringAttribute ("background", "resource::easy_png"));
+    background = image_lookup (string_attribute (*page, "background", "resource::easy_png"));
 
     set_images (mode,
-                page->getStringAttribute ("on", "resource::expert_on_png"),
-                page->getStringAttribute ("over", "resource::expert_over_png"),
-                page->getStringAttribute ("off", "resource::expert_off_png"));
+                string_attribute (*page, "on", "resource::expert_on_png"),
+                string_attribute (*page, "over", "resource::expert_over_png"),
+                string_attribute (*page, "off", "resource::expert_off_png"));
     place (mode, *page);
-    mode.setTooltip (juce::translate (page->getStringAttribute ("tooltip")));
-    mode.setName (page->getStringAttribute ("alternate"));
+    mode.setTooltip (juce::translate (string_attribute (*page, "tooltip")));
+    mode.setName (string_attribute (*page, "alternate"));
 
     for (auto* child : page->getChildIterator())
     {
@@ -113,11 +113,11 @@ void view::build_page (const juce::XmlElement* page)
         }
         else if (tag == "update")
         {
-            update.setName (child->getStringAttribute ("url"));
-            set_images (update, child->getStringAttribute ("on"), child->getStringAttribute ("over"),
-                        child->getStringAttribute ("off"));
+            update.setName (string_attribute (*child, "url"));
+            set_images (update, string_attribute (*child, "on"), string_attribute (*child, "over"),
+                        string_attribute (*child, "off"));
             place (update, *child);
-            update.setTooltip (juce::translate (child->getStringAttribute ("tooltip")));
+            update.setTooltip (juce::translate (string_attribute (*child, "tooltip")));
         }
         else
         {
