@@ -39,7 +39,7 @@ style::style (const juce::XmlElement& element)
     : juce::XmlElement (element),
       title (image_lookup (string_attribute (*this, "title"))),
       tab (image_lookup (string_attribute (*this, "tab"))),
-      size (integer_attribute (*this, "size", 10))
+      size (juce_integer_attribute (*this, "size", 10))
 {
     // A typeface this system lacks would draw no text at all (JUCE on Linux has no
     // substitute for it, and "Microsoft YaHei" exists on Windows only): keep the default.

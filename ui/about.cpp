@@ -39,8 +39,8 @@ about::about (const juce::XmlElement& element)
                       image_lookup (string_attribute (*button, "over")), 1.0f, juce::Colour(),
                       image_lookup (string_attribute (*button, "on")), 1.0f, juce::Colour(),
                       0.0f);
-    const int y = integer_attribute (*button, "y", 0);
-    const int x = integer_attribute (*button, "x", 0);
+    const int y = juce_integer_attribute (*button, "y", 0);
+    const int x = juce_integer_attribute (*button, "x", 0);
     update.setBounds (x, y, update.getWidth(), update.getHeight());
     update.setTooltip (juce::translate (string_attribute (*button, "tooltip")));
     update.setVisible (true);

@@ -28,3 +28,9 @@ int integer_attribute (const juce::XmlElement& element, const juce::String& name
         return fallback;
     return static_cast<int> (std::strtol (value->toRawUTF8(), nullptr, 10));
 }
+
+int juce_integer_attribute (const juce::XmlElement& element, const juce::String& name, int fallback)
+{
+    const auto* value = find_attribute (element, name);
+    return value != nullptr ? value->getIntValue() : fallback;
+}

@@ -15,8 +15,10 @@ bool has_attribute (const juce::XmlElement& element, const juce::String& name);
 juce::String string_attribute (const juce::XmlElement& element, const juce::String& name,
                                const juce::String& fallback = {});
 
-// An integer attribute as the C library reads it (strtol, base 10; JUCE's own getter
-// uses atoi, the same rule): leading decimal digits, garbage 0.
-// A missing attribute gives `fallback`.
+// Integer attributes: an optional sign and leading decimal digits, garbage 0; a missing
+// attribute gives `fallback`. The device page and its controls read them with strtol,
+// the style, label and about page as JUCE does (atoi). The two differ only on a number
+// that does not fit: strtol clamps it, the Windows atoi wraps it.
 int integer_attribute (const juce::XmlElement& element, const juce::String& name, int fallback = 0);
+int juce_integer_attribute (const juce::XmlElement& element, const juce::String& name, int fallback);
 

@@ -7,12 +7,12 @@ label::label (const juce::XmlElement& element, const juce::String& text, int def
       juce::Label (text, string_attribute (element, "text", text))
 {
     setJustificationType (juce::Justification::centred);
-    setFont (juce::Font ((float) integer_attribute (*this, "size", 12)));
+    setFont (juce::Font ((float) juce_integer_attribute (*this, "size", 12)));
 
-    const int h = integer_attribute (*this, "h", defaultHeight);
-    const int w = integer_attribute (*this, "w", defaultWidth);
-    const int y = integer_attribute (*this, "y", 0);
-    const int x = integer_attribute (*this, "x", 0);
+    const int h = juce_integer_attribute (*this, "h", defaultHeight);
+    const int w = juce_integer_attribute (*this, "w", defaultWidth);
+    const int y = juce_integer_attribute (*this, "y", 0);
+    const int x = juce_integer_attribute (*this, "x", 0);
     setBounds (x, y, w, h);
 
     setTooltip (juce::translate (string_attribute (*this, "tooltip")));

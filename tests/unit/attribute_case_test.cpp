@@ -8,6 +8,8 @@
 #include "ui/button.h"
 #include "ui/label.h"
 
+#include <cstdlib>
+
 namespace
 {
     std::unique_ptr<juce::XmlElement> element (const char* xml)
@@ -31,9 +33,12 @@ TEST (attribute_case, lookups_take_the_first_name_equal_ignoring_case)
     EXPECT_EQ (integer_attribute (*e, "empty", 5), 0);
     EXPECT_EQ (integer_attribute (*e, "absent", 5), 5);
 
-    // The same number rule as JUCE's getIntAttribute (atoi).
-    EXPECT_EQ (integer_attribute (*e, "number"), juce::String ("+12").getIntValue());
-    EXPECT_EQ (integer_attribute (*e, "huge"), juce::String ("99999999999").getIntValue());
+    // Each class keeps its number rule; they part only where a number overflows.
+    EXPECT_EQ (integer_attribute (*e, "number"), 12);
+    EXPECT_EQ (juce_integer_attribute (*e, "number", 3), 12);
+    EXPECT_EQ (juce_integer_attribute (*e, "absent", 3), 3);
+    EXPECT_EQ (integer_attribute (*e, "huge"), static_cast<int> (std::strtol ("99999999999", nullptr, 10)));
+    EXPECT_EQ (juce_integer_attribute (*e, "huge", 3), juce::String ("99999999999").getIntValue());
 }
 
 TEST (attribute_case, style_reads_size_and_colours_in_capitals)
