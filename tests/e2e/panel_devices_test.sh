@@ -99,6 +99,14 @@ shows() {
 declare -A easy_switch=( [8]="422 124" [9]="157 125" [10]="38 125" [11]="98 125" [12]="284 123" )
 to_expert="422 26"; to_easy="586 27"; out12="389 176"
 
+# panel_goes_on: a click on tab 0 still reaches the first interface.
+panel_goes_on() {
+  local before
+  before=$(byte a 9)
+  page_click ${easy_switch[9]}
+  check "the panel goes on: a click reaches the first interface" wait_byte a 9 $(( before == 255 ? 0 : 255 ))
+}
+
 # --- Two interfaces at start -----------------------------------------------------------------
 plug a || exit 1
 plug b || exit 1
@@ -170,9 +178,7 @@ for how in KILL TERM; do
   sleep 0.3
   check "the box goes with Return" test -z "$(visible_windows "$name Exception")"
   check "the pulled interface's tab is gone" wait_tabs 3
-  before=$(byte a 9)
-  page_click ${easy_switch[9]}
-  check "the panel goes on: a click reaches the first interface" wait_byte a 9 $(( before == 255 ? 0 : 255 ))
+  panel_goes_on
 done
 
 # --- An interface pulled while its gain menu is open ----------------------------------------
@@ -189,9 +195,7 @@ check "the panel still runs with the menu of a pulled interface open" kill -0 "$
 xdotool key Down Down Return   # a choice, whose page and interface are gone
 check "then tab 0 shows, at the easy page's size" wait_size 475x231
 check "the pulled interface's tab is gone" wait_tabs 3
-before=$(byte a 9)
-page_click ${easy_switch[9]}
-check "the panel goes on: a click reaches the first interface" wait_byte a 9 $(( before == 255 ? 0 : 255 ))
+panel_goes_on
 
 # --- Firmware older than 1.1.1 ---------------------------------------------------------------
 plug old --firmware 1.1.0 || exit 1

@@ -91,13 +91,6 @@ plugged plug (const std::string& options)
     return p;
 }
 
-std::string lower (std::string text)
-{
-    for (auto& c : text)
-        c = static_cast<char> (std::tolower (static_cast<unsigned char> (c)));
-    return text;
-}
-
 std::vector<juce::String> titles (const container& tabs)
 {
     std::vector<juce::String> result;
@@ -215,16 +208,8 @@ TEST_F (windows_hotplug, an_interface_that_fails_its_requests_gets_no_tab)
 TEST_F (windows_hotplug, a_present_interface_that_fails_keeps_the_panel_from_starting)
 {
     const auto failing = plug_for_test ("--fail-after 0");
-    std::uint32_t code = 0;
-    try
-    {
-        container tabs (*root);
-    }
-    catch (qv::os_result thrown)
-    {
-        code = thrown;
-    }
-    EXPECT_NE (code, 0u) << "the container was built";
+    const auto code = thrown_code ([&] { container tabs (*root); });
+    EXPECT_NE (code, 0) << "the container was built";
     EXPECT_FALSE (qv::message (qv::os_result (code)).empty());
 
     unplug (failing);

@@ -8,18 +8,13 @@
 #include "ui/button.h"
 #include "ui/view.h"
 
+#include "tests/support/file_beside_program.h"
+
 #include <gtest/gtest.h>
 
 
 namespace
 {
-    // A translation for one test; English again afterwards.
-    struct translated
-    {
-        explicit translated (const juce::String& table) { juce::LocalisedStrings::setCurrentMappings (new juce::LocalisedStrings (table, true)); }
-        ~translated() { juce::LocalisedStrings::setCurrentMappings (nullptr); }
-    };
-
     using device_list = qv::driver<os_result, device>;
 
     // Every byte 0 except the ones given.
@@ -212,16 +207,6 @@ TEST_F (device_page, firmware_1_1_1_gets_the_easy_layout)
     EXPECT_EQ (page.update_button().getPosition(), juce::Point<int> (178, 20));
     EXPECT_EQ (page.picture().getBounds(), image_lookup ("resource::easy_png").getBounds());
     EXPECT_EQ (page.getNumChildComponents(), 5 + 3);
-}
-
-TEST_F (device_page, version_line_in_german)
-{
-    virtual_interface vi (bus, "a", { "--firmware", "1.2.3", "--driver", "2.3.4" });
-    device_list list;
-    translated german (translation_tables::german());
-    view page (device_element(), *list.front());
-    ASSERT_NE (page.information(), nullptr);
-    EXPECT_EQ (page.information()->juce::Label::getText(), "Treiber:2.3.4 Firmware: 1.2.3");
 }
 
 TEST_F (device_page, controls_start_from_the_interface_block)

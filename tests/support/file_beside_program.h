@@ -35,6 +35,7 @@ class scoped_translation
 {
 public:
     explicit scoped_translation (juce::LocalisedStrings* strings) { juce::LocalisedStrings::setCurrentMappings (strings); }
+    explicit scoped_translation (const juce::String& table) : scoped_translation (new juce::LocalisedStrings (table, true)) {}
     ~scoped_translation() { juce::LocalisedStrings::setCurrentMappings (nullptr); }
 
     scoped_translation (const scoped_translation&) = delete;

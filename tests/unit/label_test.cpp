@@ -55,7 +55,7 @@ TEST (label, colours_keep_their_alpha_byte)
 
 TEST (label, tooltip_is_translated_and_the_element_is_kept)
 {
-    scoped_translation german (new juce::LocalisedStrings (translation_tables::german(), true));
+    scoped_translation german (translation_tables::german());
     auto info = element ("<info tooltip=\"Displays current driver and firmware version information\"/>");
     label line (*info, "x", 153, 9);
     info.reset();   // the label keeps its own copy

@@ -8,19 +8,14 @@
 #include "ui/error_report.h"
 #include "ui/view.h"
 
+#include "tests/support/file_beside_program.h"
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 
 namespace
 {
-    // A translation for one test; English again afterwards.
-    struct translated
-    {
-        explicit translated (const juce::String& table) { juce::LocalisedStrings::setCurrentMappings (new juce::LocalisedStrings (table, true)); }
-        ~translated() { juce::LocalisedStrings::setCurrentMappings (nullptr); }
-    };
-
     struct menu_entry
     {
         int id;
@@ -50,34 +45,6 @@ namespace
         button::fill_menu (menu, element);
         return menu;
     }
-}
-
-TEST (switch_click, defaults_mean_on_at_255_and_off_at_0)
-{
-    const auto from_off = button::toggle (0, 255, 0);
-    EXPECT_TRUE (from_off.shown_on);
-    EXPECT_EQ (from_off.value, 255);
-
-    const auto from_on = button::toggle (255, 255, 0);
-    EXPECT_FALSE (from_on.shown_on);
-    EXPECT_EQ (from_on.value, 0);
-}
-
-TEST (switch_click, a_byte_that_is_neither_value_stays_off)
-{
-    const auto odd = button::toggle (7, 255, 0);
-    EXPECT_FALSE (odd.shown_on);
-    EXPECT_EQ (odd.value, 0);
-    // ... and the click after that turns it on.
-    EXPECT_EQ (button::toggle (odd.value, 255, 0).value, 255);
-}
-
-TEST (switch_click, custom_values_toggle_between_them)
-{
-    EXPECT_EQ (button::toggle (2, 1, 2).value, 1);
-    EXPECT_TRUE (button::toggle (2, 1, 2).shown_on);
-    EXPECT_EQ (button::toggle (1, 1, 2).value, 2);
-    EXPECT_FALSE (button::toggle (1, 1, 2).shown_on);
 }
 
 TEST (gain_menu, every_level_control_of_the_skin_has_its_header_and_steps)
@@ -112,21 +79,10 @@ TEST (gain_menu, every_level_control_of_the_skin_has_its_header_and_steps)
     }
 }
 
-TEST (gain_menu, output_attenuation_runs_from_0_dB_to_mute)
-{
-    auto root = parse_skin();
-    const auto items = entries (menu_of (control (*root, "expert", "level_out12")));
-    EXPECT_EQ (items[1].text, "0 dB");
-    EXPECT_EQ (items.back().text, "mute");
-    const auto minus_3 = std::find_if (items.begin(), items.end(), [] (const menu_entry& e) { return e.text == "-3"; });
-    ASSERT_NE (minus_3, items.end());
-    EXPECT_EQ (minus_3->id, 34);
-}
-
 TEST (gain_menu, header_is_translated_and_items_are_not)
 {
     auto root = parse_skin();
-    translated german ("\"Attenuation for output 1/2\" = \"Abschwaechung\"\n\"mute\" = \"stumm\"\n");
+    scoped_translation german ("\"Attenuation for output 1/2\" = \"Abschwaechung\"\n\"mute\" = \"stumm\"\n");
     const auto items = entries (menu_of (control (*root, "expert", "level_out12")));
     EXPECT_EQ (items[0].text, "Abschwaechung");
     EXPECT_EQ (items.back().text, "mute");
@@ -175,7 +131,7 @@ TEST (version_line, english_keeps_its_asymmetric_blank)
 
 TEST (version_line, german_translates_driver_and_keeps_firmware)
 {
-    translated german (translation_tables::german());
+    scoped_translation german (translation_tables::german());
     EXPECT_EQ (view::version_line (0x02030400, 0x01020300), "Treiber:2.3.4 Firmware: 1.2.3");
 }
 
@@ -197,6 +153,6 @@ TEST (failure_text, is_the_system_text_of_a_result_and_n_a_otherwise)
     EXPECT_EQ (describe_failure (std::make_exception_ptr (std::runtime_error ("x"))), "n/a");
     EXPECT_EQ (describe_failure (std::make_exception_ptr (42)), "n/a");
 
-    translated german (translation_tables::german());
+    scoped_translation german (translation_tables::german());
     EXPECT_EQ (describe_failure (std::make_exception_ptr (3.0)), juce::String (juce::CharPointer_UTF8 ("nicht verf\xc3\xbc" "gbar")));
 }

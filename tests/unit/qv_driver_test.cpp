@@ -155,15 +155,7 @@ TEST_F (qv_driver, one_present_interface_failing_aborts_construction_and_closes_
     plug ("/bus/b");
     sys.interfaces["/bus/b"].open_failure = 5;
 
-    try
-    {
-        exact_driver driver;
-        FAIL() << "constructed";
-    }
-    catch (exact_result code)
-    {
-        EXPECT_EQ (code, 5u);
-    }
+    EXPECT_EQ (thrown_code<exact_result> ([] { exact_driver driver; }), 5);
     EXPECT_TRUE (sys.open_handles.empty());
     EXPECT_FALSE (sys.window_alive);
 }

@@ -93,15 +93,7 @@ TEST_F (qv_veltrano, failed_read_leaves_parameters_untouched)
     interface().requests_before_failure = 0;
     interface().request_failure = 31;
 
-    try
-    {
-        d->transfer (false);
-        FAIL() << "no exception";
-    }
-    catch (exact_result code)
-    {
-        EXPECT_EQ (code, 31u);
-    }
+    EXPECT_EQ (thrown_code<exact_result> ([&] { d->transfer (false); }), 31);
     EXPECT_EQ (d->parameters[4], 77);
     EXPECT_EQ (d->parameters[5], 5 * 3 + 1);
 }
@@ -123,15 +115,7 @@ TEST_F (qv_veltrano, failed_open_throws_the_system_code)
 {
     interface().open_failure = 32;
     window_type window;
-    try
-    {
-        device_type d ("/bus/a", window);
-        FAIL() << "opened";
-    }
-    catch (exact_result code)
-    {
-        EXPECT_EQ (code, 32u);
-    }
+    EXPECT_EQ (thrown_code<exact_result> ([&] { device_type d ("/bus/a", window); }), 32);
     EXPECT_TRUE (sys.requests.empty());
 }
 

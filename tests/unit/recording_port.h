@@ -7,6 +7,7 @@
 
 #include "device/qv/driver.h"
 #include "device/qv/veltrano.h"
+#include "tests/support/thrown_code.h"
 
 #include <array>
 #include <cstdint>

@@ -139,6 +139,13 @@ namespace
     }
 }
 
+TEST (skin_images, unknown_and_empty_references_give_null_images)
+{
+    // The table is matched exactly, letter case included.
+    for (auto* reference : { "", "resource::???", "resource::EASY_png" })
+        EXPECT_TRUE (image_lookup (reference).isNull()) << reference;
+}
+
 TEST (skin_images, a_png_beside_the_program_wins)
 {
     const auto image = beside_program (small_red_picture (juce::PNGImageFormat()));

@@ -127,12 +127,12 @@ TEST (style, a_translation_names_the_typeface_before_the_skin)
     EXPECT_EQ (chosen_typeface (*with_attribute), "Skin Sans");
     EXPECT_EQ (chosen_typeface (*without), "");
     {
-        scoped_translation chinese (new juce::LocalisedStrings (translation_tables::chinese(), true));
+        scoped_translation chinese (translation_tables::chinese());
         EXPECT_EQ (chosen_typeface (*with_attribute), "Microsoft YaHei");
         EXPECT_EQ (chosen_typeface (*without), "Microsoft YaHei");
     }
     {
-        scoped_translation german (new juce::LocalisedStrings (translation_tables::german(), true));
+        scoped_translation german (translation_tables::german());
         EXPECT_EQ (chosen_typeface (*with_attribute), "Skin Sans");
     }
 }
@@ -206,7 +206,7 @@ TEST (style, the_about_rule_follows_the_translation)
 {
     style look (*skin_style());
     tab_bar tabs (look);
-    scoped_translation german (new juce::LocalisedStrings (translation_tables::german(), true));
+    scoped_translation german (translation_tables::german());
     // Now "Über" is the About tab, and a tab still titled "About" is an ordinary one.
     EXPECT_TRUE (tabs.shows_picture (look, 1));
     EXPECT_TRUE (tabs.shows_default (look, 2));

@@ -17,24 +17,18 @@ namespace
     const juce::String uber (juce::CharPointer_UTF8 ("\xc3\x9c" "ber"));
 }
 
-TEST (language_word, follows_the_first_lang_option_in_any_letter_case)
+TEST (language_word, is_the_word_after_the_first_lang_option_in_any_letter_case)
 {
-    EXPECT_EQ (language_word ("lang ger"), "ger");
-    EXPECT_EQ (language_word ("LANG ger"), "ger");
-    EXPECT_EQ (language_word ("-x lAnG chn --other"), "chn");
-    EXPECT_EQ (language_word ("slang ger"), "ger");               // anywhere, even inside a word
-    EXPECT_EQ (language_word ("lang ger lang chn"), "ger");       // the first one counts
-    EXPECT_EQ (language_word ("lang GER"), "GER");                // the word keeps its case
-}
-
-TEST (language_word, is_empty_without_a_word_after_the_option)
-{
-    EXPECT_EQ (language_word (""), "");
-    EXPECT_EQ (language_word ("ger"), "");
-    EXPECT_EQ (language_word ("langger"), "");
-    EXPECT_EQ (language_word ("lang"), "");
-    EXPECT_EQ (language_word ("lang "), "");
-    EXPECT_EQ (language_word ("lang  ger"), "");                  // the word ends at the next space
+    const std::pair<const char*, const char*> cases[] = {
+        { "lang ger", "ger" }, { "LANG ger", "ger" }, { "-x lAnG chn --other", "chn" },
+        { "slang ger", "ger" },                       // anywhere, even inside a word
+        { "lang ger lang chn", "ger" },               // the first one counts
+        { "lang GER", "GER" },                        // the word keeps its case
+        { "", "" }, { "ger", "" }, { "langger", "" }, { "lang", "" }, { "lang ", "" },
+        { "lang  ger", "" },                          // the word ends at the next space
+    };
+    for (auto& [line, word] : cases)
+        EXPECT_EQ (language_word (line), word) << line;
 }
 
 TEST (chosen_translation, built_in_tables_need_the_exact_word)
@@ -45,14 +39,10 @@ TEST (chosen_translation, built_in_tables_need_the_exact_word)
                                             file_beside_program ("chn.localization") };
     EXPECT_EQ (about_under ("lang ger"), uber);
     EXPECT_EQ (about_under ("LANG ger"), uber);
-    // Only "lang " ignores case; the row names are compared exactly.
-    EXPECT_EQ (chosen_translation ("lang GER"), nullptr);
-    EXPECT_EQ (chosen_translation ("lang Ger"), nullptr);
-    // ISO codes and the carried Spanish and Russian tables have no row.
-    EXPECT_EQ (chosen_translation ("lang de"), nullptr);
-    EXPECT_EQ (chosen_translation ("lang spa"), nullptr);
-    EXPECT_EQ (chosen_translation ("lang rus"), nullptr);
-    EXPECT_EQ (chosen_translation ("lang ger_localization"), nullptr);
+    // Only "lang " ignores case; the row names are compared exactly. ISO codes and the
+    // carried Spanish and Russian tables have no row.
+    for (auto* line : { "lang GER", "lang Ger", "lang de", "lang spa", "lang rus", "lang ger_localization" })
+        EXPECT_EQ (chosen_translation (line), nullptr) << line;
 
     auto chinese = chosen_translation ("lang chn");
     ASSERT_NE (chinese, nullptr);
@@ -172,9 +162,7 @@ TEST (chosen_translation, garbage_command_lines_fall_back)
     for (int i = 0; i < 20000; ++i)
         garbage << juce::String::charToString ((juce::juce_wchar) (1 + random.nextInt (0x2fff)));
 
-    EXPECT_EQ (chosen_translation (garbage), nullptr);
-    EXPECT_EQ (chosen_translation ("lang " + garbage), nullptr);
-    EXPECT_EQ (chosen_translation ("lang ../../../../../../../../etc/passwd"), nullptr);
-    EXPECT_EQ (chosen_translation ("lang \t\r\n"), nullptr);
-    EXPECT_EQ (chosen_translation ("lang klingon"), nullptr);
+    for (auto& line : { garbage, "lang " + garbage, juce::String ("lang ../../../../../../../../etc/passwd"),
+                        juce::String ("lang \t\r\n"), juce::String ("lang klingon") })
+        EXPECT_EQ (chosen_translation (line), nullptr);
 }

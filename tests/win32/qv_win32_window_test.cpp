@@ -41,20 +41,6 @@ public:
     bool fail_arrivals = false;
 };
 
-std::string lower (std::string text)
-{
-    for (auto& c : text)
-        c = static_cast<char> (std::tolower (static_cast<unsigned char> (c)));
-    return text;
-}
-
-std::string upper (std::string text)
-{
-    for (auto& c : text)
-        c = static_cast<char> (std::toupper (static_cast<unsigned char> (c)));
-    return text;
-}
-
 bool is_uuid_text (const std::string& text)
 {
     if (text.size() != 36)
@@ -84,6 +70,16 @@ class qv_win32_window : public ::testing::Test
 {
 protected:
     scratch_folder folder;
+};
+
+// A driver whose notification window receives the crafted messages.
+class attached_window : public qv_win32_window
+{
+protected:
+    void SetUp() override { ASSERT_NE (hwnd, nullptr) << "no message-only window points to the driver"; }
+
+    recording_driver driver;
+    const HWND hwnd = notification_window_of (driver);
 };
 } // namespace
 
@@ -118,16 +114,13 @@ TEST_F (qv_win32_window, each_window_class_is_named_by_a_fresh_uuid)
     EXPECT_EQ (FindWindowExA (HWND_MESSAGE, nullptr, name.c_str(), nullptr), first.native()) << "not message-only";
 }
 
-TEST_F (qv_win32_window, an_arrival_opens_lists_and_announces_once_whatever_the_case)
+TEST_F (attached_window, an_arrival_opens_lists_and_announces_once_whatever_the_case)
 {
-    recording_driver driver;
-    const HWND hwnd = notification_window_of (driver);
-    ASSERT_NE (hwnd, nullptr);
     const auto path = folder.file ("Interface-A");
     const auto expected_reply = default_answer (hwnd, DBT_DEVICEARRIVAL, interface_broadcast (path).data());
 
     EXPECT_EQ (send_arrival (hwnd, path), expected_reply);
-    EXPECT_EQ (send_arrival (hwnd, upper (path)), expected_reply);
+    EXPECT_EQ (send_arrival (hwnd, recased (path, std::toupper)), expected_reply);
     EXPECT_EQ (send_arrival (hwnd, lower (path)), expected_reply);
 
     EXPECT_EQ (driver.paths(), std::vector<std::string> { lower (path) });
@@ -135,11 +128,8 @@ TEST_F (qv_win32_window, an_arrival_opens_lists_and_announces_once_whatever_the_
     EXPECT_EQ (open_exclusively (path), INVALID_HANDLE_VALUE) << "the listed device holds it exclusively";
 }
 
-TEST_F (qv_win32_window, an_arrival_that_cannot_be_opened_leaves_the_list_as_it_was)
+TEST_F (attached_window, an_arrival_that_cannot_be_opened_leaves_the_list_as_it_was)
 {
-    recording_driver driver;
-    const HWND hwnd = notification_window_of (driver);
-    ASSERT_NE (hwnd, nullptr);
     const auto listed = folder.file ("listed");
     send_arrival (hwnd, listed);
     driver.events.clear();
@@ -157,11 +147,8 @@ TEST_F (qv_win32_window, an_arrival_that_cannot_be_opened_leaves_the_list_as_it_
     CloseHandle (held);
 }
 
-TEST_F (qv_win32_window, removal_is_recognised_by_the_handle_alone)
+TEST_F (attached_window, removal_is_recognised_by_the_handle_alone)
 {
-    recording_driver driver;
-    const HWND hwnd = notification_window_of (driver);
-    ASSERT_NE (hwnd, nullptr);
     const auto path_a = lower (folder.file ("a"));
     const auto path_b = lower (folder.file ("b"));
     send_arrival (hwnd, path_a);
@@ -201,11 +188,8 @@ TEST_F (qv_win32_window, removal_is_recognised_by_the_handle_alone)
     EXPECT_TRUE (driver.empty()) << "a query-remove drops the device too";
 }
 
-TEST_F (qv_win32_window, other_broadcasts_are_ignored)
+TEST_F (attached_window, other_broadcasts_are_ignored)
 {
-    recording_driver driver;
-    const HWND hwnd = notification_window_of (driver);
-    ASSERT_NE (hwnd, nullptr);
     const auto path = lower (folder.file ("a"));
     send_arrival (hwnd, path);
     driver.events.clear();
@@ -221,11 +205,8 @@ TEST_F (qv_win32_window, other_broadcasts_are_ignored)
     EXPECT_TRUE (driver.events.empty());
 }
 
-TEST_F (qv_win32_window, a_failure_in_the_announcement_is_dropped_and_the_window_works_on)
+TEST_F (attached_window, a_failure_in_the_announcement_is_dropped_and_the_window_works_on)
 {
-    recording_driver driver;
-    const HWND hwnd = notification_window_of (driver);
-    ASSERT_NE (hwnd, nullptr);
     driver.fail_arrivals = true;
     const auto a = lower (folder.file ("a"));
     EXPECT_EQ (send_arrival (hwnd, a), 0);

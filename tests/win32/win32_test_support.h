@@ -5,9 +5,11 @@
 // interfaces (a file opens, registers and closes like one, but answers no request).
 
 #include "device/device.h"
+#include "tests/support/thrown_code.h"
 
 #include <dbt.h>
 
+#include <cctype>
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -15,6 +17,16 @@
 
 namespace win32_test
 {
+// Device paths are compared ignoring case; the driver lists them lower-cased.
+inline std::string recased (std::string text, int (*change) (int))
+{
+    for (auto& c : text)
+        c = static_cast<char> (change (static_cast<unsigned char> (c)));
+    return text;
+}
+
+inline std::string lower (const std::string& text) { return recased (text, std::tolower); }
+
 // The message-only window whose user data points into `owner` (a driver, or an object
 // that derives from one): the window that the driver's port registered.
 inline HWND notification_window_of (const void* owner, std::size_t size)
@@ -117,20 +129,5 @@ inline bool exists (const std::string& path) { return GetFileAttributesA (path.c
 inline HANDLE open_exclusively (const std::string& path)
 {
     return CreateFileA (path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
-}
-
-// The os_result that `action` throws, or 0 if it throws none.
-template <class Action>
-std::uint32_t thrown_code (Action&& action)
-{
-    try
-    {
-        action();
-    }
-    catch (qv::os_result code)
-    {
-        return code;
-    }
-    return 0;
 }
 } // namespace win32_test
