@@ -2,6 +2,7 @@
 // the one-client rule, faults and the parameter block as the interface sees it.
 #include "device/device.h"
 #include "device/posix/bus.h"
+#include "tests/support/paths_of.h"
 #include "tests/support/thrown_code.h"
 #include "tests/support/virtual_interface.h"
 
@@ -26,14 +27,6 @@ public:
     void on_arrival (device& d) override { arrivals.push_back (d); }
     void on_removal (device& d) override { removals.push_back (d); }
 
-    std::vector<std::string> paths() const
-    {
-        std::vector<std::string> result;
-        for (auto& d : *this)
-            result.push_back (*d);
-        return result;
-    }
-
     std::vector<std::string> arrivals, removals;
 };
 
@@ -57,7 +50,7 @@ TEST (qv_posix_port, present_interfaces_are_listed_silently_in_name_order)
     virtual_interface upper (bus, "B"); // identities are exact: not the same as "b"
 
     watching_driver driver;
-    EXPECT_EQ (driver.paths(), (std::vector<std::string> { upper.path(), a.path(), b.path() }));
+    EXPECT_EQ (paths_of (driver), (std::vector<std::string> { upper.path(), a.path(), b.path() }));
     pump_for (100);
     EXPECT_TRUE (driver.arrivals.empty());
     EXPECT_TRUE (driver.removals.empty());
@@ -94,7 +87,7 @@ TEST (qv_posix_port, an_interface_plugged_in_later_is_announced_once_and_appende
     pump_for (200);
 
     EXPECT_EQ (driver.arrivals, std::vector<std::string> { c.path() });
-    EXPECT_EQ (driver.paths(), (std::vector<std::string> { a.path(), c.path() }));
+    EXPECT_EQ (paths_of (driver), (std::vector<std::string> { a.path(), c.path() }));
     const device& arrived = *driver.back();
     EXPECT_EQ (arrived.firmware, 0x01020300u);
     EXPECT_EQ (arrived.version, 0x02050700u);
@@ -114,7 +107,7 @@ TEST (qv_posix_port, an_interface_pulled_out_is_announced_and_dropped)
     pump_for (100);
 
     EXPECT_EQ (driver.removals, std::vector<std::string> { a.path() });
-    EXPECT_EQ (driver.paths(), std::vector<std::string> { b.path() });
+    EXPECT_EQ (paths_of (driver), std::vector<std::string> { b.path() });
     EXPECT_TRUE (held->removed);
     EXPECT_NE (thrown_code ([&] { held->transfer (false); }), 0u);
     EXPECT_TRUE (driver.arrivals.empty());
@@ -145,7 +138,6 @@ TEST (qv_posix_port, a_second_opener_is_refused_with_ebusy)
     ASSERT_EQ (first.size(), 1u);
 
     EXPECT_EQ (thrown_code ([] { watching_driver second; }), std::uint32_t (EBUSY));
-    EXPECT_EQ (qv::message (os_result (EBUSY)), std::strerror (EBUSY));
 
     // The holder keeps working, and once it lets go the interface opens again.
     first.front()->transfer (false);
@@ -217,16 +209,6 @@ TEST (qv_posix_port, read_modify_write_of_one_byte_keeps_the_other_fifteen)
     block[10] = 255;
     EXPECT_EQ (a.block(), block);
     EXPECT_NE (a.output().find ("byte 10 (48 V phantom power, channel 1): 110 -> 255"), std::string::npos) << a.output();
-}
-
-TEST (qv_posix_port, old_firmware_leaves_the_block_unread)
-{
-    temporary_bus bus;
-    virtual_interface a (bus, "a", { "--firmware", "1.1.0", "--block", "1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16" });
-    watching_driver driver;
-    auto& d = *driver.front();
-    EXPECT_EQ (d.firmware, 0x01010000u);
-    EXPECT_EQ (std::vector<int> (d.parameters, d.parameters + 16), std::vector<int> (16, 0));
 }
 
 TEST (qv_posix_port, an_unsafe_bus_folder_is_refused)

@@ -7,6 +7,7 @@
 
 #include "device/qv/driver.h"
 #include "device/qv/veltrano.h"
+#include "tests/support/paths_of.h"
 #include "tests/support/thrown_code.h"
 
 #include <array>
@@ -194,12 +195,4 @@ class recorded_driver : public qv::driver<R, recorded_device<R>>
 public:
     void on_arrival (recorded_device<R>& d) override { pretend_system::get().log.push_back ("on_arrival " + d.name()); }
     void on_removal (recorded_device<R>& d) override { pretend_system::get().log.push_back ("on_removal " + d.name()); }
-
-    std::vector<std::string> paths() const
-    {
-        std::vector<std::string> result;
-        for (auto& d : *this)
-            result.push_back (d->name());
-        return result;
-    }
 };

@@ -1,6 +1,7 @@
 // The driver's notification window on Windows: its UUID-named class, its life, and
 // crafted WM_DEVICECHANGE messages sent to it as the system would send them. Plain
 // files stand in for interfaces: they open and register like one.
+#include "tests/support/paths_of.h"
 #include "win32_test_support.h"
 
 #include <gtest/gtest.h>
@@ -28,14 +29,6 @@ public:
     }
 
     void on_removal (file_device& d) override { events.push_back ("removal " + d); }
-
-    std::vector<std::string> paths() const
-    {
-        std::vector<std::string> listed;
-        for (auto& d : *this)
-            listed.push_back (*d);
-        return listed;
-    }
 
     std::vector<std::string> events;
     bool fail_arrivals = false;
@@ -123,7 +116,7 @@ TEST_F (attached_window, an_arrival_opens_lists_and_announces_once_whatever_the_
     EXPECT_EQ (send_arrival (hwnd, recased (path, std::toupper)), expected_reply);
     EXPECT_EQ (send_arrival (hwnd, lower (path)), expected_reply);
 
-    EXPECT_EQ (driver.paths(), std::vector<std::string> { lower (path) });
+    EXPECT_EQ (paths_of (driver), std::vector<std::string> { lower (path) });
     EXPECT_EQ (driver.events, std::vector<std::string> { "arrival " + lower (path) });
     EXPECT_EQ (open_exclusively (path), INVALID_HANDLE_VALUE) << "the listed device holds it exclusively";
 }
@@ -142,7 +135,7 @@ TEST_F (attached_window, an_arrival_that_cannot_be_opened_leaves_the_list_as_it_
     EXPECT_EQ (send_arrival (hwnd, held_path), 0);
     EXPECT_EQ (send_arrival (hwnd, folder.file ("missing\\interface")), 0);
 
-    EXPECT_EQ (driver.paths(), std::vector<std::string> { lower (listed) });
+    EXPECT_EQ (paths_of (driver), std::vector<std::string> { lower (listed) });
     EXPECT_TRUE (driver.events.empty());
     CloseHandle (held);
 }
@@ -163,13 +156,13 @@ TEST_F (attached_window, removal_is_recognised_by_the_handle_alone)
     const auto by_interface = interface_broadcast (path_a);
     send_change (hwnd, DBT_DEVICEREMOVECOMPLETE, by_interface.data());
     send_change (hwnd, DBT_DEVICEQUERYREMOVE, by_interface.data());
-    EXPECT_EQ (driver.paths(), (std::vector<std::string> { path_a, path_b }));
+    EXPECT_EQ (paths_of (driver), (std::vector<std::string> { path_a, path_b }));
     EXPECT_TRUE (driver.events.empty());
 
     const auto b = handle_broadcast (held->handle);
     const auto expected_reply = default_answer (hwnd, DBT_DEVICEREMOVECOMPLETE, &b);
     EXPECT_EQ (send_handle_removal (hwnd, held->handle), expected_reply);
-    EXPECT_EQ (driver.paths(), std::vector<std::string> { path_b });
+    EXPECT_EQ (paths_of (driver), std::vector<std::string> { path_b });
     EXPECT_EQ (driver.events, std::vector<std::string> { "removal " + path_a });
     EXPECT_TRUE (held->removed);
 
@@ -201,7 +194,7 @@ TEST_F (attached_window, other_broadcasts_are_ignored)
     const auto b = handle_broadcast (driver.front()->handle);
     send_change (hwnd, DBT_DEVICEREMOVEPENDING, &b);
 
-    EXPECT_EQ (driver.paths(), std::vector<std::string> { path });
+    EXPECT_EQ (paths_of (driver), std::vector<std::string> { path });
     EXPECT_TRUE (driver.events.empty());
 }
 
@@ -214,7 +207,7 @@ TEST_F (attached_window, a_failure_in_the_announcement_is_dropped_and_the_window
     driver.fail_arrivals = false;
     const auto b = lower (folder.file ("b"));
     send_arrival (hwnd, b);
-    EXPECT_EQ (driver.paths(), (std::vector<std::string> { a, b })) << "a device is listed before it is announced";
+    EXPECT_EQ (paths_of (driver), (std::vector<std::string> { a, b })) << "a device is listed before it is announced";
 }
 
 TEST_F (qv_win32_window, with_no_driver_attached_a_change_only_gets_the_default_answer)
