@@ -35,11 +35,7 @@ plug() {
   local n=$1; shift
   "$virtual" --name "$n" --state-file "$scratch/$n.state" "$@" >"$scratch/$n.log" 2>&1 &
   interface_pid[$n]=$!
-  local deadline=$(( $(date +%s) + 10 ))
-  until [ -S "$bus/$n" ]; do
-    [ "$(date +%s)" -lt "$deadline" ] || { echo "interface $n did not plug in"; cat "$scratch/$n.log"; return 1; }
-    sleep 0.02
-  done
+  eventually 10 test -S "$bus/$n" || { echo "interface $n did not plug in"; cat "$scratch/$n.log"; return 1; }
 }
 # pull NAME [SIGNAL]: the interface leaves (SIGTERM unplugs it cleanly; SIGKILL is a yank).
 pull() {
@@ -48,20 +44,13 @@ pull() {
   unset "interface_pid[$1]"
 }
 byte() { awk -v i="$2" '$1 == "block" { print $(i + 2) }' "$scratch/$1.state"; }
+byte_is() { [ "$(byte "$1" "$2")" = "$3" ]; }
 # wait_byte NAME INDEX VALUE: true once the interface holds VALUE there (3 s at most).
-wait_byte() {
-  local deadline=$(( $(date +%s) + 3 ))
-  while [ "$(byte "$1" "$2")" != "$3" ]; do
-    [ "$(date +%s)" -lt "$deadline" ] || return 1
-    sleep 0.02
-  done
-}
+wait_byte() { eventually 3 byte_is "$@"; }
 
 size() { window_geometry "$window" | cut -d+ -f1; }
-wait_size() {   # wait_size WxH: the window takes that size within 3 s
-  local deadline=$(( $(date +%s) + 3 ))
-  while [ "$(size)" != "$1" ]; do [ "$(date +%s)" -lt "$deadline" ] || return 1; sleep 0.02; done
-}
+size_is() { [ "$(size)" = "$1" ]; }
+wait_size() { eventually 3 size_is "$1"; }   # wait_size WxH: the window takes that size within 3 s
 away() { xdotool mousemove 1200 1000; sleep 0.15; }
 snap() { away; import -window "$window" "$1"; }
 shot() { snap "$out/$1.png"; }
@@ -76,10 +65,8 @@ tab_centres() {
       END { if (start >= 0) print int((start + last) / 2) }'
 }
 tab_count() { tab_centres | wc -l; }
-wait_tabs() {   # wait_tabs N: N tabs within 5 s
-  local deadline=$(( $(date +%s) + 5 ))
-  while [ "$(tab_count)" != "$1" ]; do [ "$(date +%s)" -lt "$deadline" ] || return 1; sleep 0.05; done
-}
+tabs_are() { [ "$(tab_count)" = "$1" ]; }
+wait_tabs() { eventually 5 tabs_are "$1"; }   # wait_tabs N: N tabs within 5 s
 select_tab() { xdotool mousemove --window "$window" "$(tab_centres | sed -n "$1p")" 34 click 1; sleep 0.2; }
 # region X Y W H: a picture of part of the page, as its checksum.
 region() { snap "$scratch/r.png"; convert "$scratch/r.png" -crop "$3x$4+$1+$(( $2 + 49 ))" +repage rgb:- | md5sum; }

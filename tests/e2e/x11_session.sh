@@ -21,6 +21,15 @@ stop_private_display() {
   xvfb_pid=
 }
 
+# eventually SECONDS COMMAND...: true once COMMAND succeeds, false if it has not within SECONDS.
+eventually() {
+  local deadline=$(( $(date +%s) + $1 )); shift
+  until "$@"; do
+    [ "$(date +%s)" -lt "$deadline" ] || return 1
+    sleep 0.02
+  done
+}
+
 # visible_windows NAME: ids of the mapped windows titled exactly NAME.
 visible_windows() {
   xdotool search --onlyvisible --name "^$1\$" 2>/dev/null || true
