@@ -14,9 +14,6 @@ namespace
         static style look (element);
         juce::Desktop::getInstance().setDefaultLookAndFeel (&look);
     }
-
-    // The system's result 13: the data is invalid.
-    constexpr qv::os_result invalid_data = static_cast<qv::os_result> (13);
 }
 
 application::application() = default;
@@ -47,8 +44,6 @@ void application::start (const juce::String& commandLine)
         juce::LocalisedStrings::setCurrentMappings (translation.release());
 
     auto root = parse_skin();
-    if (root == nullptr)
-        throw invalid_data;
 
     if (auto* element = root->getChildByName ("style"))
         install_style (*element);

@@ -3,5 +3,6 @@
 #include <juce_core/juce_core.h>
 #include <memory>
 
-// The parsed skin document's root element, or nullptr when nothing parses.
-std::unique_ptr<juce::XmlElement> parse_skin();
+// The skin document's root element: of `document`, the compiled-in skin unless told
+// otherwise. Throws qv::invalid_data() when nothing parses.
+std::unique_ptr<juce::XmlElement> parse_skin (const char* document = nullptr);

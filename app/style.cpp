@@ -1,5 +1,9 @@
 #include "app/style.h"
+#if ! defined(_WIN32)
+#include "app/covering_typeface.h"
+#endif
 #include "skin/image_lookup.h"
+#include "skin/sharp_picture.h"
 #include "ui/argb_colour.h"
 #include "ui/attribute.h"
 
@@ -19,12 +23,6 @@ namespace
         { "TooltipWindow", "text", juce::TooltipWindow::textColourId },
         { "ResizableWindow", "background", juce::ResizableWindow::backgroundColourId },
     };
-
-    void draw_whole (juce::Graphics& g, const juce::Image& image, int x, int y)
-    {
-        g.drawImage (image, x, y, image.getWidth(), image.getHeight(),
-                     0, 0, image.getWidth(), image.getHeight(), false);
-    }
 }
 
 juce::String chosen_typeface (const juce::XmlElement& element)
@@ -41,11 +39,17 @@ style::style (const juce::XmlElement& element)
       tab (image_lookup (string_attribute (*this, "tab"))),
       size (juce_integer_attribute (*this, "size", 10))
 {
-    // A typeface this system lacks would draw no text at all (JUCE on Linux has no
-    // substitute for it, and "Microsoft YaHei" exists on Windows only): keep the default.
     const auto typeface = chosen_typeface (*this);
+#if defined(_WIN32)
+    setDefaultSansSerifTypefaceName (typeface);
+#else
+    // JUCE here has no substitute for a typeface the system lacks ("Microsoft YaHei" is a
+    // Windows one) and would draw no text: take one that has the translation's letters.
     if (typeface.isEmpty() || juce::Font::findAllTypefaceNames().contains (typeface))
         setDefaultSansSerifTypefaceName (typeface);
+    else if (auto* table = juce::LocalisedStrings::getCurrentMappings())
+        setDefaultSansSerifTypeface (covering_typeface (letters_beyond_ascii (*table)));
+#endif
 
     for (auto* child : getChildIterator())
     {
@@ -67,7 +71,14 @@ juce::Font style::getPopupMenuFont()
 void style::drawDocumentWindowTitleBar (juce::DocumentWindow&, juce::Graphics& g, int w, int h,
                                         int, int, const juce::Image*, bool)
 {
-    draw_whole (g, title, (w - title.getWidth()) / 2, (h - title.getHeight()) / 2);
+    draw_picture (g, title, (w - title.getWidth()) / 2, (h - title.getHeight()) / 2);
+}
+
+void style::drawImageButton (juce::Graphics& g, juce::Image* image, int x, int y, int w, int h,
+                             const juce::Colour& overlay, float opacity, juce::ImageButton& b)
+{
+    auto render = sharpest_render (g, *image);
+    juce::LookAndFeel_V4::drawImageButton (g, &render, x, y, w, h, overlay, opacity, b);
 }
 
 int style::getTabButtonSpaceAroundImage()
@@ -83,6 +94,16 @@ void style::drawTabButton (juce::TabBarButton& button, juce::Graphics& g, bool i
         return;
     }
     const auto area = button.getActiveArea();
-    draw_whole (g, tab, area.getX() + (area.getWidth() - tab.getWidth()) / 2,
-                        area.getY() + (area.getHeight() - tab.getHeight()) / 2);
+    draw_picture (g, tab, area.getX() + (area.getWidth() - tab.getWidth()) / 2,
+                          area.getY() + (area.getHeight() - tab.getHeight()) / 2);
+}
+
+void style::draw_focus_ring (juce::Graphics& g, juce::Rectangle<float> area)
+{
+    // The tooltip's light colour stands out on the dark pictures; the window's dark edge
+    // keeps it visible on a light one.
+    g.setColour (findColour (juce::ResizableWindow::backgroundColourId));
+    g.drawRoundedRectangle (area.reduced (0.5f), 4.0f, 1.0f);
+    g.setColour (findColour (juce::TooltipWindow::backgroundColourId));
+    g.drawRoundedRectangle (area.reduced (2.0f), 3.0f, 2.0f);
 }

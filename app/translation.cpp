@@ -1,4 +1,5 @@
 #include "app/translation.h"
+#include "app/user_language.h"
 #include "skin/program_folder.h"
 #include "skin/translation_tables.h"
 
@@ -27,12 +28,6 @@ namespace
         if (file.getSize() > largest_table_file)
             return std::make_unique<juce::LocalisedStrings> (juce::String(), true);
         return std::make_unique<juce::LocalisedStrings> (file, true);
-    }
-
-    juce::String user_language()
-    {
-        auto language = juce::SystemStats::getUserLanguage();
-        return language.isEmpty() ? juce::String ("en") : language;
     }
 }
 

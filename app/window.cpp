@@ -7,7 +7,8 @@ window::window (const juce::XmlElement& root)
                                 .findColour (juce::ResizableWindow::backgroundColourId),
                             juce::DocumentWindow::closeButton,
                             true),
-      content (root)
+      content (root),
+      keys (*this, content)
 {
     setUsingNativeTitleBar (false);
     setTitleBarHeight (19);

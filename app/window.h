@@ -1,11 +1,13 @@
 #pragma once
 
 #include "ui/container.h"
+#include "ui/message_boundary.h"
+#include "ui/keyboard.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
 // The program's only top-level window: the container under a 19-pixel title bar with a
-// close button, and the program's tooltip window.
+// close button, the program's tooltip window and its keyboard use.
 class window : public juce::XmlElement, public juce::DocumentWindow
 {
 public:
@@ -18,6 +20,8 @@ public:
     juce::BorderSize<int> getBorderThickness() override;
 
 private:
+    message_boundary boundary { *this };
     ::container content;
     juce::TooltipWindow tooltips;
+    ::keyboard keys;
 };

@@ -47,6 +47,19 @@ namespace
         { "resource::phones12_png", "phones12.png" },
         { "resource::phones34_png", "phones34.png" },
     };
+
+    // The picture's own property that names, then holds, its 2x render: it goes wherever
+    // the picture's pixels go, and a picture from a file never gets it.
+    const juce::Identifier& render_2x()
+    {
+        static const juce::Identifier name ("render_2x");
+        return name;
+    }
+
+    juce::String name_2x (const char* file)
+    {
+        return juce::String (file).replace (".png", "@2x.png");
+    }
 }
 
 juce::Image image_lookup (const juce::String& reference)
@@ -64,9 +77,30 @@ juce::Image image_lookup (const juce::String& reference)
         if (reference != row->reference)
             continue;
         auto* png = find_embedded (skin::images::files, row->file);
-        return png == nullptr ? juce::Image() : juce::ImageCache::getFromMemory (png->data, (int) png->size);
+        if (png == nullptr)
+            return {};
+        auto picture = juce::ImageCache::getFromMemory (png->data, (int) png->size);
+        if (auto* properties = picture.getProperties(); properties != nullptr && ! properties->contains (render_2x()))
+            properties->set (render_2x(), name_2x (row->file));
+        return picture;
     }
     return {};
+}
+
+juce::Image double_size_render (const juce::Image& picture)
+{
+    auto* properties = picture.getProperties();
+    auto* render = properties == nullptr ? nullptr : properties->getVarPointer (render_2x());
+    if (render == nullptr)
+        return {};
+    if (render->isString())
+    {
+        // Decoded once; the picture keeps it for as long as it lives itself.
+        auto* png = find_embedded (skin::images::files, render->toString().toStdString());
+        auto decoded = png == nullptr ? juce::Image() : juce::ImageFileFormat::loadFrom (png->data, png->size);
+        *render = decoded.getPixelData();
+    }
+    return juce::Image (dynamic_cast<juce::ImagePixelData*> (render->getObject()));
 }
 
 const juce::StringArray& image_references()

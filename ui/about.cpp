@@ -1,5 +1,6 @@
 #include "ui/about.h"
 #include "ui/attribute.h"
+#include "ui/page_access.h"
 #include "ui/page_picture.h"
 #include "skin/image_lookup.h"
 
@@ -31,7 +32,10 @@ about::about (const juce::XmlElement& element)
 
     auto* button = getChildByName ("update");
     if (button == nullptr)
+    {
+        make_accessible (*this);
         return;
+    }
 
     update.setName (string_attribute (*button, "url"));
     update.setImages (true, true, true,
@@ -46,6 +50,7 @@ about::about (const juce::XmlElement& element)
     update.setVisible (true);
     addChildComponent (update, -1);
     update.addListener (this);
+    make_accessible (*this);
 }
 
 about::~about() = default;

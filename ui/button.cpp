@@ -1,6 +1,9 @@
 #include "ui/button.h"
+#include "ui/accessibility.h"
 #include "ui/attribute.h"
 #include "skin/image_lookup.h"
+
+#include <utility>
 
 namespace
 {
@@ -10,7 +13,8 @@ namespace
     std::uint8_t low_byte (int value) { return static_cast<std::uint8_t> (value & 0xFF); }
 }
 
-std::function<int (juce::PopupMenu&)> button::show_menu = [] (juce::PopupMenu& menu) { return menu.show(); };
+std::function<int (juce::PopupMenu&, const juce::PopupMenu::Options&)> button::show_menu =
+    [] (juce::PopupMenu& menu, const juce::PopupMenu::Options& options) { return menu.showMenu (options); };
 
 button::button (const juce::XmlElement& element, ::device& d)
     : juce::XmlElement (element),
@@ -70,10 +74,21 @@ button::switch_step button::toggle (std::uint8_t current, std::uint8_t on, std::
     return { to_on, to_on ? on : off };
 }
 
+int button::parameter_value() const
+{
+    auto* current = byte();
+    return current != nullptr ? *current : -1;
+}
+
 void button::refresh()
 {
     if (is_menu())
+    {
+        if (std::exchange (announced, parameter_value()) != parameter_value())
+            accessibility::value_changed (*this);
         return;
+    }
+    // A new toggle state reaches assistive technology through JUCE.
     auto* current = byte();
     setToggleState (current != nullptr && *current == min, juce::dontSendNotification);
 }
@@ -87,7 +102,11 @@ void button::clicked()
     if (is_menu())
     {
         juce::Component::SafePointer<button> alive (this);
-        value = low_byte (show_menu (*this));
+        // Opened from the keyboard or a screen reader, the menu appears at the control.
+        auto options = juce::PopupMenu::Options();
+        if (! isMouseOver (true))
+            options = options.withTargetComponent (this);
+        value = low_byte (show_menu (*this, options));
         if (alive == nullptr)
             return; // the interface went while the menu was open, and its page with it
         if (value == 0)

@@ -22,6 +22,9 @@ public:
     // What a click does; JUCE calls it, public so that a click can be made without a mouse.
     void clicked() override;
 
+    // Named, with its role, state and value, for screen readers (ui/accessibility.cpp).
+    std::unique_ptr<juce::AccessibilityHandler> createAccessibilityHandler() override;
+
     // A menu with at least one item that is not a separator makes a menu button.
     bool is_menu() const { return has_choices (*this); }
     static bool has_choices (const juce::PopupMenu& menu);
@@ -40,9 +43,11 @@ public:
 
     // Runs the menu modally and returns the chosen result id, 0 when dismissed. Tests,
     // which have no display for a real menu, put their own choice here.
-    static std::function<int (juce::PopupMenu&)> show_menu;
+    static std::function<int (juce::PopupMenu&, const juce::PopupMenu::Options&)> show_menu;
 
     std::uint32_t parameter() const { return id; }
+    // The device's byte for this control; -1 when the id lies beyond the block.
+    int parameter_value() const;
     std::uint8_t on_value() const { return min; }
     std::uint8_t off_value() const { return max; }
 
@@ -53,4 +58,5 @@ private:
     std::uint32_t id;
     std::uint8_t min;
     std::uint8_t max;
+    int announced = -1; // the value a menu button last told assistive technology
 };

@@ -16,6 +16,17 @@ namespace
     }
 }
 
+void container::add_tab (juce::TabbedComponent& tabs, const juce::String& title, juce::Component* page, bool owned, int index)
+{
+    // JUCE's tab bar refuses an empty title, and its tabbed component would then hold one
+    // page more than it has tabs: add the tab under a stand-in title, then give it its own.
+    const int at = juce::isPositiveAndBelow (index, tabs.getNumTabs()) ? index : tabs.getNumTabs();
+    tabs.addTab (title.isEmpty() ? juce::String (" ") : title,
+                 tabs.findColour (juce::TabbedComponent::backgroundColourId, false), page, owned, at);
+    if (title.isEmpty())
+        tabs.setTabName (at, title);
+}
+
 container::container (const juce::XmlElement& root)
     : juce::XmlElement (root),
       juce::TabbedComponent (juce::TabbedButtonBar::TabsAtTop),
@@ -23,8 +34,7 @@ container::container (const juce::XmlElement& root)
 {
     setOutline (0);
     setIndent (0);
-    addTab (juce::translate ("About"), findColour (juce::TabbedComponent::backgroundColourId, false),
-            &about, false, -1);
+    add_tab (*this, juce::translate ("About"), &about, false, -1);
 
     // The driver listed the interfaces present while this class was not built yet.
     for (auto& d : static_cast<qv::driver<os_result, device>&> (*this))
@@ -50,8 +60,7 @@ void container::on_arrival (device& d)
 {
     auto page = std::make_unique<view> (page_element (*this, "device"), d);
     d.page = page.get();
-    addTab (title_of (d), findColour (juce::TabbedComponent::backgroundColourId, false),
-            page.release(), true, getNumTabs() - 1);
+    add_tab (*this, title_of (d), page.release(), true, getNumTabs() - 1);
 }
 
 void container::on_removal (device& d)

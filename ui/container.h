@@ -20,6 +20,9 @@ public:
 
     // A device tab's title: the interface path, one character per byte, untranslated.
     static juce::String title_of (const std::string& path);
+    // Adds `page` before `index` (at the end when out of range) under `title`, which may be
+    // empty, in the tab colour.
+    static void add_tab (juce::TabbedComponent& tabs, const juce::String& title, juce::Component* page, bool owned, int index);
 
 private:
     ::about about;

@@ -12,4 +12,7 @@ public:
 
     // The shown text, not the element's text content.
     using juce::Label::getText;
+
+    // Read-only text for screen readers (ui/accessibility.cpp).
+    std::unique_ptr<juce::AccessibilityHandler> createAccessibilityHandler() override;
 };

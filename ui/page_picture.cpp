@@ -1,10 +1,9 @@
 #include "ui/page_picture.h"
+#include "skin/sharp_picture.h"
 
 void paint_page_picture (juce::Graphics& g, const juce::Image& picture)
 {
-    const int w = picture.getWidth();
-    const int h = picture.getHeight();
-    g.drawImage (picture, 0, 0, w, h, 0, 0, w, h, false);
+    draw_picture (g, picture, 0, 0);
 }
 
 void fit_tabs_to_page_picture (juce::Component& page, const juce::Image& picture)
@@ -17,4 +16,8 @@ void fit_tabs_to_page_picture (juce::Component& page, const juce::Image& picture
         return;
     tabs->setBounds (tabs->getX(), tabs->getY(),
                      picture.getWidth(), picture.getHeight() + tabs->getTabBarDepth());
+    // The window grew with the tabs, but JUCE asked for its repaint while the native window
+    // was still small; after Return on the mode button nothing on Linux repainted the new
+    // part. Ask again now that the window has its size.
+    tabs->getTopLevelComponent()->repaint();
 }

@@ -1,22 +1,11 @@
 #include "ui/view.h"
 #include "ui/attribute.h"
+#include "ui/page_access.h"
 #include "ui/page_picture.h"
 #include "skin/image_lookup.h"
 
-#include <cerrno>
-
 namespace
 {
-    // The system's "the data is invalid": a layout the skin does not have.
-    qv::os_result invalid_data()
-    {
-#if defined(_WIN32)
-        return qv::os_result (13);
-#else
-        return qv::os_result (EINVAL);
-#endif
-    }
-
     void set_images (juce::ImageButton& b, const juce::String& on, const juce::String& over, const juce::String& off)
     {
         const auto down = image_lookup (on);
@@ -27,6 +16,9 @@ namespace
                      hover, 1.0f, juce::Colour(),
                      down, 1.0f, juce::Colour(),
                      0.0f);
+        // JUCE keeps the old size for a null picture: an unseen button would still take clicks.
+        if (! normal.isValid())
+            b.setSize (0, 0);
     }
 
     void place (juce::Component& c, const juce::XmlElement& element)
@@ -44,7 +36,9 @@ bool view::gated (std::uint32_t firmware) { return firmware < 0x01010100u; }
 juce::String view::version_line (std::uint32_t driver, std::uint32_t firmware)
 {
     // No blank after the first colon, one after the second: the line has always read so.
-    const auto format = juce::translate ("Driver") + ":" + "%d.%d.%d" + " " + juce::translate ("Firmware") + ": " + "%d.%d.%d";
+    // A translation is text, never format: its "%" must not consume an argument.
+    const auto word = [] (const char* key) { return juce::translate (key).replace ("%", "%%"); };
+    const auto format = word ("Driver") + ":" + "%d.%d.%d" + " " + word ("Firmware") + ": " + "%d.%d.%d";
     return juce::String::formatted (format,
                                     version_part (driver, 24), version_part (driver, 16), version_part (driver, 8),
                                     version_part (firmware, 24), version_part (firmware, 16), version_part (firmware, 8));
@@ -60,7 +54,16 @@ view::view (const juce::XmlElement& element, ::device& d)
 
     if (! gated (device->firmware))
     {
-        build_page (layout (string_attribute (*this, "startup", "easy")));
+        try
+        {
+            build_page (layout (string_attribute (*this, "startup", "easy")));
+        }
+        catch (...)
+        {
+            // No destructor runs for a view that is not made: its controls go here.
+            clear_page();
+            throw;
+        }
         mode.setVisible (true);
         addChildComponent (mode, -1);
         mode.addListener (this);
@@ -70,6 +73,7 @@ view::view (const juce::XmlElement& element, ::device& d)
     update.setVisible (true);
     addChildComponent (update, -1);
     update.addListener (this);
+    make_accessible (*this);
 }
 
 view::~view()
@@ -89,7 +93,7 @@ void view::build_page (const juce::XmlElement* page)
 {
     clear_page();
     if (page == nullptr)
-        throw invalid_data();
+        throw qv::invalid_data(); // a layout the skin does not have
 
     background = image_lookup (string_attribute (*page, "background", "resource::easy_png"));
 
@@ -129,6 +133,7 @@ void view::build_page (const juce::XmlElement* page)
             b->addListener (this);
         }
     }
+    make_accessible (*this);
 }
 
 void view::clear_page()

@@ -30,6 +30,8 @@ public:
     void buttonClicked (juce::Button* b) override;
     void visibilityChanged() override;
     void paint (juce::Graphics& g) override;
+    // A group for screen readers, which on a disabled page says why (ui/accessibility.cpp).
+    std::unique_ptr<juce::AccessibilityHandler> createAccessibilityHandler() override;
 
     // Firmware below 1.1.1 has no parameter block the page could show.
     static bool gated (std::uint32_t firmware);

@@ -1,5 +1,6 @@
 // One open interface: a connected socket to its veltrano-virtual host. Every
 // control request is one frame out and one frame back within a bounded time.
+#include "bus.h"
 #include "event_hub.h"
 #include "hang_up.h"
 #include "native_port.h"
@@ -8,14 +9,12 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <map>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace qv
@@ -27,8 +26,8 @@ using clock = std::chrono::steady_clock;
 // Bytes received but not yet taken, per connection: a late reply may arrive in pieces.
 std::map<int, std::vector<std::uint8_t>> pending;
 
-// Descriptors whose hang-up callback is registered, with the driver each reports
-// to (all on the message thread). The link outlives the window if a device does.
+// Descriptors watched for a hang-up, with the driver each reports to (all on the
+// message thread). The link outlives the window if a device does.
 std::map<int, std::shared_ptr<port<os_result>::window::link>> watched;
 
 std::uint32_t last_sequence = 0;
@@ -88,6 +87,9 @@ void receive_reply (int fd, std::uint32_t code, std::uint32_t sequence, void* ou
                     fail (static_cast<int> (status));
                 return;
             case wire::take_result::broken:
+                // Nothing later on this stream can be trusted: end it, and the hang-up
+                // it makes has the interface taken for gone.
+                ::shutdown (fd, SHUT_RDWR);
                 fail (EPROTO);
             case wire::take_result::need_more:
                 break;
@@ -111,12 +113,6 @@ clock::time_point deadline_from_now() { return clock::now() + std::chrono::milli
 
 port<os_result>::handle_type port<os_result>::open (const std::string& path)
 {
-    sockaddr_un address {};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path)
-        fail (ENAMETOOLONG);
-    std::memcpy (address.sun_path, path.c_str(), path.size() + 1);
-
     const int fd = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (fd < 0)
         fail (errno);
@@ -125,8 +121,11 @@ port<os_result>::handle_type port<os_result>::open (const std::string& path)
         // A host whose backlog is full is not accepting: give up after the same bound.
         const timeval bound { port<os_result>::reply_timeout_ms / 1000, (port<os_result>::reply_timeout_ms % 1000) * 1000 };
         ::setsockopt (fd, SOL_SOCKET, SO_SNDTIMEO, &bound, sizeof bound);
-        if (::connect (fd, reinterpret_cast<const sockaddr*> (&address), sizeof address) != 0)
+        if (window::connect (fd, path) != 0)
             fail (errno == EAGAIN ? ETIMEDOUT : errno);
+        // Only a host of this user may stand for an interface.
+        if (! bus::peer_is_own_user (fd))
+            fail (EPERM);
         if (::fcntl (fd, F_SETFL, ::fcntl (fd, F_GETFL) | O_NONBLOCK) != 0)
             fail (errno);
         // The host's greeting says whether this is its one client (EBUSY otherwise).
@@ -174,8 +173,10 @@ void report_hang_up (int fd)
     const auto link = found->second;
     watched.erase (found);
     event_hub::unwatch (fd);
-    if (link->events.attached())
-        link->events.removal (link->events.driver, fd);
+    // A removal whose handling failed is tried again before the next arrival, or the
+    // interface could never come back under its name.
+    if (link->events.attached() && ! link->events.removal (link->events.driver, fd))
+        watched[fd] = link;
 }
 
 void report_pending_hang_ups()

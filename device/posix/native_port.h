@@ -5,10 +5,12 @@
 // hang-up on it, and arrivals are inotify events on the folder, all read on the JUCE
 // message thread. Codes are errno values.
 
+#include "bus.h"
 #include "device/qv/port.h"
 #include "device/qv/result.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -46,9 +48,13 @@ public:
     window& operator= (const window&) = delete;
 
     void attach (const hotplug<handle_type>& events);
-    std::vector<std::string> enumerate();
+    void enumerate (const std::function<void (std::string)>& each);
 
-    const std::string& folder() const noexcept { return bus; }
+    const std::string& folder() const noexcept { return checked.path(); }
+
+    // Connects `socket_fd` to the interface at `path` through the checked folder of
+    // the window that lists it; like connect(2), 0 or -1 with errno set.
+    static int connect (int socket_fd, const std::string& path);
 
     // Shared with the hang-up callbacks of the devices, which may outlive the window.
     struct link
@@ -60,9 +66,13 @@ private:
     friend struct port<os_result>;
 
     void read_folder_events();
+    void follow_replaced_folder();
+    void announce_present(); // every interface listed now arrives (those listed already stay)
 
-    std::string bus;
+    bus::folder checked;
     int inotify = -1;
+    int folder_watch = -1;
+    int parent_watch = -1; // the folder deleted and made again is followed from here
     std::shared_ptr<link> driver_link;
 };
 } // namespace qv

@@ -8,56 +8,64 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/inotify.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace qv
 {
 namespace
 {
-bool is_socket (const std::string& path)
+// The windows alive now: a device is opened through the folder its window checked.
+std::vector<port<os_result>::window*> windows;
+
+std::string parent_of (const std::string& path)
 {
-    struct stat info {};
-    return ::lstat (path.c_str(), &info) == 0 && S_ISSOCK (info.st_mode);
+    const auto slash = path.find_last_of ('/');
+    return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr (0, slash);
 }
+
+std::string base_of (const std::string& path) { return path.substr (path.find_last_of ('/') + 1); }
 
 // A socket left behind by a host that was killed has nobody listening: it is not a
 // plugged-in interface. A live host sees this probe as a client that left at once.
-bool has_listener (const std::string& path)
+bool has_listener (const bus::folder& folder, const std::string& name)
 {
-    sockaddr_un address {};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path)
-        return true; // let the open report it
-    std::memcpy (address.sun_path, path.c_str(), path.size() + 1);
     const int fd = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd < 0)
         return true;
-    const bool refused = ::connect (fd, reinterpret_cast<const sockaddr*> (&address), sizeof address) != 0
-                      && (errno == ECONNREFUSED || errno == ENOENT);
+    const bool refused = folder.connect (fd, name) != 0 && (errno == ECONNREFUSED || errno == ENOENT);
     ::close (fd);
     return ! refused;
 }
+
+// Watches the very folder that was checked, not whatever its path leads to now.
+int watch_folder (int inotify, const bus::folder& folder)
+{
+    return ::inotify_add_watch (inotify, ("/proc/self/fd/" + std::to_string (folder.descriptor())).c_str(),
+                                IN_MOVED_TO | IN_CREATE | IN_ONLYDIR);
+}
 } // namespace
 
-port<os_result>::window::window() : bus (bus::open_folder (bus::configured_folder()))
+port<os_result>::window::window() : checked (bus::configured_folder())
 {
     inotify = ::inotify_init1 (IN_NONBLOCK | IN_CLOEXEC);
     if (inotify < 0)
         throw os_result (static_cast<std::uint32_t> (errno));
     // Hosts bind a hidden name, listen, then rename it: the rename is the plug-in.
-    if (::inotify_add_watch (inotify, bus.c_str(), IN_MOVED_TO | IN_CREATE | IN_ONLYDIR) < 0)
+    folder_watch = watch_folder (inotify, checked);
+    if (folder_watch < 0)
     {
         const int error = errno;
         ::close (inotify);
         throw os_result (static_cast<std::uint32_t> (error));
     }
+    // Without it a folder made again is not followed; everything else still works.
+    parent_watch = ::inotify_add_watch (inotify, parent_of (checked.path()).c_str(), IN_CREATE | IN_MOVED_TO);
     driver_link = std::make_shared<link>();
     try
     {
@@ -69,10 +77,12 @@ port<os_result>::window::window() : bus (bus::open_folder (bus::configured_folde
         throw;
     }
     event_hub::hold();
+    windows.push_back (this);
 }
 
 port<os_result>::window::~window()
 {
+    windows.erase (std::find (windows.begin(), windows.end(), this));
     driver_link->events = {};
     event_hub::unwatch (inotify);
     event_hub::release();
@@ -81,11 +91,31 @@ port<os_result>::window::~window()
 
 void port<os_result>::window::attach (const hotplug<handle_type>& events) { driver_link->events = events; }
 
-std::vector<std::string> port<os_result>::window::enumerate()
+int port<os_result>::window::connect (int socket_fd, const std::string& path)
 {
-    DIR* folder = ::opendir (bus.c_str());
+    for (const window* w : windows)
+    {
+        const auto& folder = w->checked.path();
+        if (path.size() > folder.size() && path.compare (0, folder.size(), folder) == 0 && path[folder.size()] == '/'
+            && bus::is_interface_name (path.substr (folder.size() + 1)))
+            return w->checked.connect (socket_fd, path.substr (folder.size() + 1));
+    }
+    errno = ENOENT;
+    return -1;
+}
+
+void port<os_result>::window::enumerate (const std::function<void (std::string)>& each)
+{
+    // A descriptor of its own: readdir moves the offset of the one it reads.
+    const int listing = ::openat (checked.descriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR* folder = listing < 0 ? nullptr : ::fdopendir (listing);
     if (folder == nullptr)
-        throw os_result (static_cast<std::uint32_t> (errno));
+    {
+        const int error = errno;
+        if (listing >= 0)
+            ::close (listing);
+        throw os_result (static_cast<std::uint32_t> (error));
+    }
     std::vector<std::string> names;
     while (const dirent* entry = ::readdir (folder))
         if (bus::is_interface_name (entry->d_name))
@@ -93,14 +123,39 @@ std::vector<std::string> port<os_result>::window::enumerate()
     ::closedir (folder);
 
     std::sort (names.begin(), names.end());
-    std::vector<std::string> paths;
     for (auto& name : names)
+        if (has_listener (checked, name))
+            each (checked.path() + "/" + name);
+}
+
+void port<os_result>::window::announce_present()
+{
+    enumerate ([this] (std::string path) { driver_link->events.arrival (driver_link->events.driver, std::move (path)); });
+}
+
+void port<os_result>::window::follow_replaced_folder()
+{
+    try
     {
-        auto path = bus + "/" + name;
-        if (is_socket (path) && has_listener (path))
-            paths.push_back (std::move (path));
+        bus::folder again (checked.path());
+        struct stat now {}, before {};
+        if (::fstat (again.descriptor(), &now) != 0 || ::fstat (checked.descriptor(), &before) != 0
+            || (now.st_dev == before.st_dev && now.st_ino == before.st_ino))
+            return;
+        const int watch = watch_folder (inotify, again);
+        if (watch < 0)
+            return;
+        ::inotify_rm_watch (inotify, folder_watch);
+        folder_watch = watch;
+        checked = std::move (again);
+        // Hosts may have plugged in before the watch was there.
+        report_pending_hang_ups();
+        announce_present();
     }
-    return paths;
+    catch (...)
+    {
+        // Gone again, or not a folder to trust: wait for the next one.
+    }
 }
 
 void port<os_result>::window::read_folder_events()
@@ -121,25 +176,31 @@ void port<os_result>::window::read_folder_events()
             if ((event->mask & IN_Q_OVERFLOW) != 0)
             {
                 // Events were lost: whatever is present and not listed yet arrives now.
+                follow_replaced_folder();
                 report_pending_hang_ups();
                 try
                 {
-                    for (auto& path : enumerate())
-                        driver_link->events.arrival (driver_link->events.driver, path);
+                    announce_present();
                 }
                 catch (...)
                 {
                 }
                 continue;
             }
-            if (event->len == 0 || (event->mask & IN_ISDIR) != 0)
+            if (event->len == 0)
                 continue;
             const std::string name (event->name);
-            const auto path = bus + "/" + name;
-            if (bus::is_interface_name (name) && is_socket (path))
+            if (event->wd == parent_watch)
+            {
+                if (name == base_of (checked.path()))
+                    follow_replaced_folder();
+                continue;
+            }
+            // Whatever is no socket fails to open, and is dropped there.
+            if (event->wd == folder_watch && bus::is_interface_name (name))
             {
                 report_pending_hang_ups();
-                driver_link->events.arrival (driver_link->events.driver, path);
+                driver_link->events.arrival (driver_link->events.driver, checked.path() + "/" + name);
             }
         }
     }

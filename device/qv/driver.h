@@ -25,8 +25,9 @@ public:
     driver()
     {
         window.attach (hotplug<handle_type> { this, &arrived, &gone });
-        for (auto& path : window.enumerate())
-            add (std::move (path));
+        // Each interface is opened before the next is looked up: the failure reported is
+        // the first one in listing order.
+        window.enumerate ([this] (std::string path) { add (std::move (path)); });
     }
 
     driver (const driver&) = delete;

@@ -34,12 +34,15 @@
 //       window();                            // acquires the machinery; throws R
 //       ~window();                           // releases it; no event is raised after it
 //       void attach (const hotplug<handle_type>&);   // from now on events reach the driver
-//       std::vector<std::string> enumerate();         // present interfaces, in listing
-//                                                     // order; throws R
+//       // Hands each present interface to `each` in listing order, one at a time: the
+//       // next is looked up only after `each` returned. Throws R, and lets what `each`
+//       // throws through, which ends the listing.
+//       void enumerate (const std::function<void (std::string)>& each);
 //   };
 //
 // Events are delivered on the thread that built the window (the JUCE message thread).
 
+#include <functional>
 #include <string>
 
 namespace qv

@@ -19,4 +19,8 @@ class exception
 
 // The system's text for a code. Each port defines it.
 std::string message (os_result code);
+
+// The system's code for data that is not valid (a skin without a needed element): 13 on
+// Windows, EINVAL elsewhere. Each port defines it, so the text shown is the same failure.
+os_result invalid_data();
 } // namespace qv

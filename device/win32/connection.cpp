@@ -14,7 +14,7 @@ static_assert (sizeof (DEV_BROADCAST_HANDLE) == 56);
 port<os_result>::handle_type port<os_result>::open (const std::string& path)
 {
     // Share mode 0: a second opener of the same interface is refused.
-    const HANDLE handle = CreateFileA (path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
+    const HANDLE handle = calls.CreateFileA (path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, 0, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
         throw os_result (GetLastError());
     return handle;
@@ -27,16 +27,16 @@ port<os_result>::notification_type port<os_result>::watch (handle_type handle, w
     filter.dbch_devicetype = DBT_DEVTYP_HANDLE;
     filter.dbch_handle = handle;
     filter.dbch_eventguid = interface_guid;
-    const HDEVNOTIFY notification = RegisterDeviceNotificationA (w.native(), &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
+    const HDEVNOTIFY notification = calls.RegisterDeviceNotificationA (w.native(), &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
     // As for the class registration, a null result is taken as success.
     if (notification == no_notification)
         throw os_result (GetLastError());
     return notification;
 }
 
-void port<os_result>::unwatch (notification_type notification) { UnregisterDeviceNotification (notification); }
+void port<os_result>::unwatch (notification_type notification) { calls.UnregisterDeviceNotification (notification); }
 
-void port<os_result>::close (handle_type handle) { CloseHandle (handle); }
+void port<os_result>::close (handle_type handle) { calls.CloseHandle (handle); }
 
 void port<os_result>::control (handle_type handle, std::uint32_t code, const void* in, std::uint32_t in_size, void* out,
                                std::uint32_t out_size)
@@ -44,7 +44,7 @@ void port<os_result>::control (handle_type handle, std::uint32_t code, const voi
     // Synchronous: the count must be given without an overlapped structure, but the
     // answer's size is the driver's business.
     DWORD returned = 0;
-    if (! DeviceIoControl (handle, code, const_cast<void*> (in), in_size, out, out_size, &returned, nullptr))
+    if (! calls.DeviceIoControl (handle, code, const_cast<void*> (in), in_size, out, out_size, &returned, nullptr))
         throw os_result (GetLastError());
 }
 } // namespace qv

@@ -15,4 +15,6 @@ std::string message (os_result code)
         return {};
     return std::string (buffer, strnlen (buffer, sizeof buffer));
 }
+
+os_result invalid_data() { return os_result (ERROR_INVALID_DATA); }
 } // namespace qv

@@ -14,11 +14,12 @@
 
 #include <setupapi.h>
 
+#include "system_calls.h"
 #include "window_class.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
-#include <vector>
 
 namespace qv
 {
@@ -56,7 +57,7 @@ public:
     window& operator= (const window&) = delete;
 
     void attach (const hotplug<handle_type>& events);
-    std::vector<std::string> enumerate();
+    void enumerate (const std::function<void (std::string)>& each);
 
     // What the per-handle registrations are addressed to; tests send it crafted messages.
     HWND native() const noexcept { return hwnd; }

@@ -24,8 +24,9 @@ constexpr DWORD detail_size = 264;
 
 port<os_result>::window::window()
 {
-    hwnd = CreateWindowExA (0, registered_class.name(), nullptr, 0, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT,
-                            CW_USEDEFAULT, HWND_MESSAGE, nullptr, registered_class.instance(), nullptr);
+    hwnd = calls.CreateWindowExA (0, registered_class.name(), nullptr, 0, CW_USEDEFAULT, CW_USEDEFAULT,
+                                  CW_USEDEFAULT, CW_USEDEFAULT, HWND_MESSAGE, nullptr, registered_class.instance(),
+                                  nullptr);
     if (hwnd == nullptr)
         fail_with_last_error();
 
@@ -33,22 +34,22 @@ port<os_result>::window::window()
     filter.dbcc_size = sizeof filter;
     filter.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
     filter.dbcc_classguid = interface_guid;
-    notification = RegisterDeviceNotificationA (hwnd, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
+    notification = calls.RegisterDeviceNotificationA (hwnd, &filter, DEVICE_NOTIFY_WINDOW_HANDLE);
     // Only all ones counts as failure; a null registration leaves the window without
     // arrival notices, and the panel works on with what it listed at start.
     if (notification == no_notification)
     {
         const auto error = GetLastError();
-        DestroyWindow (hwnd);
+        calls.DestroyWindow (hwnd);
         throw os_result (error);
     }
 
-    devinfo = SetupDiGetClassDevsA (&interface_guid, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
+    devinfo = calls.SetupDiGetClassDevsA (&interface_guid, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
     if (devinfo == INVALID_HANDLE_VALUE)
     {
         const auto error = GetLastError();
-        UnregisterDeviceNotification (notification);
-        DestroyWindow (hwnd);
+        calls.UnregisterDeviceNotification (notification);
+        calls.DestroyWindow (hwnd);
         throw os_result (error);
     }
 }
@@ -56,9 +57,9 @@ port<os_result>::window::window()
 // The class registration (a member) goes last: unregistered, then its name freed.
 port<os_result>::window::~window()
 {
-    SetupDiDestroyDeviceInfoList (devinfo);
-    UnregisterDeviceNotification (notification);
-    DestroyWindow (hwnd);
+    calls.SetupDiDestroyDeviceInfoList (devinfo);
+    calls.UnregisterDeviceNotification (notification);
+    calls.DestroyWindow (hwnd);
 }
 
 // The user data holds this window's full address, not its low 32 bits: the driver
@@ -69,29 +70,27 @@ void port<os_result>::window::attach (const hotplug<handle_type>& attached)
     SetWindowLongPtrA (hwnd, GWLP_USERDATA, events.attached() ? reinterpret_cast<LONG_PTR> (this) : 0);
 }
 
-std::vector<std::string> port<os_result>::window::enumerate()
+void port<os_result>::window::enumerate (const std::function<void (std::string)>& each)
 {
-    std::vector<std::string> paths;
     for (DWORD index = 0;; ++index)
     {
         SP_DEVICE_INTERFACE_DATA data {};
         data.cbSize = sizeof data;
-        if (! SetupDiEnumDeviceInterfaces (devinfo, nullptr, &interface_guid, index, &data))
-            break; // whatever the reason: no more items, or nothing to list
+        if (! calls.SetupDiEnumDeviceInterfaces (devinfo, nullptr, &interface_guid, index, &data))
+            return; // whatever the reason: no more items, or nothing to list
 
         alignas (SP_DEVICE_INTERFACE_DETAIL_DATA_A) char buffer[detail_size] {};
         auto* detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_A*> (buffer);
         detail->cbSize = sizeof (SP_DEVICE_INTERFACE_DETAIL_DATA_A);
-        if (! SetupDiGetDeviceInterfaceDetailA (devinfo, &data, detail, detail_size, nullptr, nullptr))
+        if (! calls.SetupDiGetDeviceInterfaceDetailA (devinfo, &data, detail, detail_size, nullptr, nullptr))
             fail_with_last_error();
 
         const std::size_t room = detail_size - offsetof (SP_DEVICE_INTERFACE_DETAIL_DATA_A, DevicePath);
         std::string path (detail->DevicePath, strnlen (detail->DevicePath, room));
         if (path.empty())
-            break;
-        paths.push_back (std::move (path));
+            return;
+        each (std::move (path));
     }
-    return paths;
 }
 
 LRESULT CALLBACK port<os_result>::window::procedure (HWND hwnd, UINT message, WPARAM wparam, LPARAM lparam)

@@ -1,6 +1,7 @@
 #include "window_class.h"
 
 #include "device/qv/result.h"
+#include "system_calls.h"
 
 #include <rpc.h>
 
@@ -18,25 +19,25 @@ window_class::window_class (WNDPROC procedure)
 
     // "Unique on this computer only" is a non-zero status too, and fails like any other.
     UUID uuid;
-    RPC_STATUS status = UuidCreate (&uuid);
+    RPC_STATUS status = calls.UuidCreate (&uuid);
     if (status != RPC_S_OK)
         throw os_result (static_cast<std::uint32_t> (status));
-    status = UuidToStringA (&uuid, &uuid_text);
+    status = calls.UuidToStringA (&uuid, &uuid_text);
     if (status != RPC_S_OK)
         throw os_result (static_cast<std::uint32_t> (status));
     description.lpszClassName = name();
 
-    if (RegisterClassExA (&description) == 0)
+    if (calls.RegisterClassExA (&description) == 0)
     {
         const auto error = GetLastError();
-        RpcStringFreeA (&uuid_text);
+        calls.RpcStringFreeA (&uuid_text);
         throw os_result (error);
     }
 }
 
 window_class::~window_class()
 {
-    UnregisterClassA (name(), description.hInstance);
-    RpcStringFreeA (&uuid_text);
+    calls.UnregisterClassA (name(), description.hInstance);
+    calls.RpcStringFreeA (&uuid_text);
 }
 } // namespace qv

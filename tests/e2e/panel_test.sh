@@ -1,33 +1,22 @@
 #!/usr/bin/env bash
 # End-to-end test of the real panel on a private X display: the window and its sizes, the
-# About tab, the German translation, one instance only, the close button. Screenshots go to
-# OUT (build/e2e). Usage: panel_test.sh PROGRAM OUT
+# About tab, the German translation, one instance only, the close button, a start-up failure.
+# Screenshots go to OUT (build/e2e). Usage: panel_test.sh PROGRAM OUT
 set -uo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 program=$(realpath "$1")
 out=$(mkdir -p "$2" && realpath "$2")
 
 source "$here/x11_session.sh"
-isolate_var_tmp "$0" "$@"
-
-private_home
-export KELTO_VIRTUAL_BUS=$scratch/bus   # an empty bus: no interface is plugged in
-mkdir -m 700 "$KELTO_VIRTUAL_BUS"
+start_session "$0" "$@"   # an empty bus: no interface is plugged in
 program_folder=$(dirname "$program")
+on_exit() { rm -f "$program_folder"/e2e_*.localization; }
 # The download button opens the default browser through xdg-open: a stand-in records the
 # address instead.
 mkdir -p "$scratch/bin"
 printf '#!/bin/sh\necho "$@" >>"%s"\n' "$scratch/browser.log" >"$scratch/bin/xdg-open"
 chmod +x "$scratch/bin/xdg-open"
 export PATH=$scratch/bin:$PATH
-cleanup() {
-  [ -n "${panel:-}" ] && kill "$panel" 2>/dev/null
-  rm -f "$program_folder"/e2e_*.localization
-  stop_private_display
-  rm -rf "$scratch"
-}
-trap cleanup EXIT
-start_private_display || exit 1
 
 shot() { import -window "$window" "$out/$1.png"; }
 
@@ -36,7 +25,7 @@ start_panel || exit 1
 geometry=$(window_geometry "$window")
 check "window is 475 x 231: 475 x 212 of content under a 19-pixel title bar ($geometry)" \
   test "${geometry%%+*}" = "475x231"
-check "exactly one window" test "$(visible_windows "$name" | wc -l)" -eq 1
+check "exactly one window" test "$(visible_windows "$panel_title" | wc -l)" -eq 1
 shot about-en
 # The About picture fills the page under the 19-pixel title bar and the 30-pixel tab bar:
 # compare its top strip, above the download button, with the picture itself.
@@ -52,9 +41,11 @@ fi
 # A second start hands over and opens nothing.
 "$program" lang ger >"$scratch/second.log" 2>&1 &
 second=$!
-if wait_for_exit "$second" 10; then second_code=$exit_code; else kill "$second"; second_code=timeout; fi
+second_code=0
+wait_for_exit "$second" 10 || second_code=$?
+[ "$second_code" != 124 ] || { kill "$second"; second_code=timeout; }
 check "second start ends by itself with code 0 ($second_code)" test "$second_code" = 0
-check "still exactly one window" test "$(visible_windows "$name" | wc -l)" -eq 1
+check "still exactly one window" test "$(visible_windows "$panel_title" | wc -l)" -eq 1
 check "first panel still running" kill -0 "$panel"
 
 # The download button (89 x 23 at 194,12 on the page, which starts under title and tab bar).
@@ -66,10 +57,10 @@ xdotool mousemove 1000 1000
 
 close_panel
 check "close button ends the panel with exit code 0 ($code)" test "$code" = 0
-check "no window left" test -z "$(visible_windows "$name")"
+check "no window left" test -z "$(visible_windows "$panel_title")"
 
-# German: lang ger must draw exactly what a table whose "About" is "Über" draws, and not the
-# English window; a long tab title must widen the tab, proving the tab text is what differs.
+# German: lang ger draws exactly what a table beside the program whose "About" is "Über"
+# draws, and differs from English in the tab bar alone.
 start_panel lang ger || exit 1
 shot about-ger
 close_panel
@@ -77,12 +68,8 @@ printf 'language:Test\n"About" = "\xc3\x9c\x62\x65\x72"\n' >"$program_folder/e2e
 start_panel lang e2e_uber || exit 1
 shot about-uber
 close_panel
-printf 'language:Test\n"About" = "Long translated title of the About tab"\n' >"$program_folder/e2e_long.localization"
-start_panel LANG e2e_long || exit 1
-shot about-long
-close_panel
 # Compare below the title bar: its close button's look follows the pointer and window focus.
-for picture in about-en about-ger about-uber about-long; do
+for picture in about-en about-ger about-uber; do
   convert "$out/$picture.png" -crop 475x212+0+19 +repage "$scratch/$picture-body.png"
   convert "$out/$picture.png" -crop 475x182+0+49 +repage "$scratch/$picture-page.png"
 done
@@ -90,32 +77,13 @@ check "lang ger draws the same window as a table with About = Über" \
   test "$(differing_pixels "$scratch/about-ger-body.png" "$scratch/about-uber-body.png")" -eq 0
 check "lang ger differs from English" \
   test "$(differing_pixels "$scratch/about-ger-body.png" "$scratch/about-en-body.png")" -gt 0
-# Only the tab bar may differ between the languages.
 check "below the tab bar English and German are alike" \
   test "$(differing_pixels "$scratch/about-en-page.png" "$scratch/about-ger-page.png")" -eq 0
-check "a long About title changes the tab bar" \
-  test "$(differing_pixels "$scratch/about-long-body.png" "$scratch/about-en-body.png")" \
-    -gt "$(differing_pixels "$scratch/about-ger-body.png" "$scratch/about-en-body.png")"
 
-# Chinese: the information line stays English and must still be drawn (a typeface the
-# system lacks must not blank the text).
+# Chinese, for the README.
 start_panel lang chn || exit 1
 shot about-chn
 close_panel
-convert "$out/about-chn.png" -crop 475x20+0+189 +repage "$scratch/info-chn.png"
-convert "$out/about-en.png" -crop 475x20+0+189 +repage "$scratch/info-en.png"
-check "lang chn draws the information line as English does" \
-  test "$(differing_pixels "$scratch/info-chn.png" "$scratch/info-en.png")" -eq 0
-
-# An unknown word and a garbage command line start and close cleanly.
-for args in "lang klingon" "lang" $'--\x01\x02 lang ../../../etc/passwd %s%n'; do
-  if start_panel $args; then
-    close_panel
-    check "starts and closes with: $(printf %q "$args")" test "$code" = 0
-  else
-    check "starts with: $(printf %q "$args")" false
-  fi
-done
 
 # A failure during start-up: a bus folder that others may write is refused by the device
 # layer. The warning box names the failure; answering it ends the program, no window left.
@@ -123,17 +91,19 @@ refused=$scratch/refused-bus
 mkdir -p "$refused" && chmod 0777 "$refused"
 KELTO_VIRTUAL_BUS=$refused "$program" >"$scratch/refused.log" 2>&1 &
 panel=$!
-if window=$(wait_for_window "$name Exception" 20); then
-  sleep 0.3
+if window=$(wait_for_window "$panel_title Exception" 20); then
+  wait_painted "$window"
   shot startup-failure
-  check "no main window behind the warning box" test -z "$(visible_windows "$name")"
+  check "no main window behind the warning box" test -z "$(visible_windows "$panel_title")"
   xdotool key --window "$window" Return
-  if wait_for_exit "$panel" 10; then code=$exit_code; else kill "$panel"; code=timeout; fi
+  code=0
+  wait_for_exit "$panel" 10 || code=$?
+  [ "$code" != 124 ] || { kill "$panel"; code=timeout; }
   panel=
   check "answering the warning box ends the program with code 0 ($code)" test "$code" = 0
 else
-  check "a start-up failure shows the warning box titled \"$name Exception\"" false
+  check "a start-up failure shows the warning box titled \"$panel_title Exception\"" false
 fi
 
 echo "screenshots in $out"
-[ "$failures" -eq 0 ]
+passed

@@ -1,73 +1,10 @@
 # Helpers for end-to-end tests of the real program on a private X display. Source it.
-# Needs: Xvfb, xdotool, xwininfo, ImageMagick (import, compare, convert).
-
-# start_private_display: starts Xvfb on a free display number and exports DISPLAY.
-start_private_display() {
-  local fifo
-  fifo=$(mktemp -u)
-  mkfifo "$fifo"
-  Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$fifo" >/dev/null 2>&1 &
-  xvfb_pid=$!
-  local number
-  if ! read -r -t 20 number <"$fifo"; then
-    rm -f "$fifo"; echo "Xvfb did not start" >&2; return 1
-  fi
-  rm -f "$fifo"
-  export DISPLAY=":$number"
-}
-
-stop_private_display() {
-  [ -n "${xvfb_pid:-}" ] && kill "$xvfb_pid" 2>/dev/null && wait "$xvfb_pid" 2>/dev/null
-  xvfb_pid=
-}
-
-# eventually SECONDS COMMAND...: true once COMMAND succeeds, false if it has not within SECONDS.
-eventually() {
-  local deadline=$(( $(date +%s) + $1 )); shift
-  until "$@"; do
-    [ "$(date +%s)" -lt "$deadline" ] || return 1
-    sleep 0.02
-  done
-}
-
-# visible_windows NAME: ids of the mapped windows titled exactly NAME.
-visible_windows() {
-  xdotool search --onlyvisible --name "^$1\$" 2>/dev/null || true
-}
-
-# wait_for_window NAME [SECONDS]: prints the id of the first mapped window titled NAME.
-wait_for_window() {
-  local deadline=$(( $(date +%s) + ${2:-20} )) ids
-  while [ "$(date +%s)" -lt "$deadline" ]; do
-    ids=$(visible_windows "$1")
-    if [ -n "$ids" ]; then echo "$ids" | head -1; return 0; fi
-    sleep 0.05
-  done
-  return 1
-}
-
-# window_geometry ID: "WIDTHxHEIGHT+X+Y" of a window, in root coordinates.
-window_geometry() {
-  xwininfo -id "$1" | awk '/Absolute upper-left X/ {x=$NF} /Absolute upper-left Y/ {y=$NF}
-                            /^ *Width:/ {w=$NF} /^ *Height:/ {h=$NF} END {print w "x" h "+" x "+" y}'
-}
-
-# wait_for_exit PID SECONDS: waits for a child of this shell (so not from a subshell) and
-# sets exit_code to its exit status; fails on time-out, leaving the child running.
-wait_for_exit() {
-  local deadline=$(( $(date +%s) + $2 ))
-  while kill -0 "$1" 2>/dev/null; do
-    if [ "$(date +%s)" -ge "$deadline" ]; then return 1; fi
-    sleep 0.05
-  done
-  exit_code=0
-  wait "$1" || exit_code=$?
-}
-
-# differing_pixels A B: how many pixels of two pictures of one size differ.
-differing_pixels() {
-  compare -metric AE "$1" "$2" null: 2>&1 | awk '{print int($1)}'
-}
+# A test that sources it gets: panel_title, the program's window title; start_session, which
+# sets scratch and bus; check, which counts failed expectations in check_failures; start_panel,
+# which runs $program and sets panel (its pid) and window (its window id); close_panel, which
+# sets code; plug and pull for virtual interfaces ($virtual). Sourcing sets panel_title only.
+source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/x11-display.sh"
+panel_title="Kelto Veltrano"
 
 # isolate_var_tmp "$0" "$@": re-runs the test with a private /var/tmp, where the program's
 # single-instance lock lives, so that a panel running elsewhere on the machine does not count.
@@ -79,32 +16,51 @@ isolate_var_tmp() {
   fi
 }
 
-# private_home: a scratch folder ($scratch) holding HOME and the runtime and config folders.
-private_home() {
+# start_session "$0" "$@": a private /var/tmp, HOME and runtime folders under $scratch, an
+# empty bus folder $bus (a path of fixed length, so tab titles are too), a private display;
+# all of it ended when the test exits, after on_exit: the panel, and what session_pid holds
+# (the interfaces, and anything else a test starts there).
+start_session() {
+  isolate_var_tmp "$@"
   scratch=$(mktemp -d)
   export HOME=$scratch/home XDG_RUNTIME_DIR=$scratch/run XDG_CONFIG_HOME=$scratch/config
   mkdir -p "$HOME" "$XDG_CONFIG_HOME" && mkdir -m 700 "$XDG_RUNTIME_DIR"
+  bus=$(mktemp -d /tmp/kv.XXXXXX) && chmod 700 "$bus"
+  export KELTO_VIRTUAL_BUS=$bus
+  declare -gA session_pid=()
+  trap end_session EXIT
+  start_private_display || exit 1
+}
+end_session() {
+  declare -F on_exit >/dev/null && on_exit
+  [ -n "${panel:-}" ] && kill "$panel" 2>/dev/null
+  local pid
+  for pid in "${session_pid[@]}"; do kill "$pid" 2>/dev/null; done
+  stop_private_display
+  rm -rf "$scratch" "$bus"
 }
 
-name="Kelto Veltrano"
-failures=0
-panel=
 # check DESCRIPTION COMMAND...: one expectation, reported either way; a panel that died
 # ends the test.
 check() {
   local what=$1; shift
-  if "$@"; then echo "ok   - $what"; else echo "FAIL - $what"; failures=$((failures + 1)); fi
+  if "$@"; then echo "ok   - $what"; else echo "FAIL - $what"; check_failures=$(( ${check_failures:-0} + 1 )); fi
   if [ -n "${panel:-}" ] && ! kill -0 "$panel" 2>/dev/null; then
     echo "FAIL - the panel is gone:"; cat "$scratch/panel.log"; exit 1
   fi
+}
+# passed: the test's exit status, after a summary line.
+passed() {
+  [ "${check_failures:-0}" -eq 0 ] && echo "all passed" || echo "$check_failures failed"
+  [ "${check_failures:-0}" -eq 0 ]
 }
 
 # start_panel ARGS...: starts $program and waits for its window (id in $window).
 start_panel() {
   "$program" "$@" >"$scratch/panel.log" 2>&1 &
   panel=$!
-  window=$(wait_for_window "$name" 20) || { echo "no window for: $*"; cat "$scratch/panel.log"; return 1; }
-  sleep 0.3   # let the first paint finish before a screenshot
+  window=$(wait_for_window "$panel_title" 20) || { echo "no window for: $*"; cat "$scratch/panel.log"; return 1; }
+  wait_painted "$window" || { echo "the window was never painted"; return 1; }
 }
 
 # close_panel: the close button at the right end of the 19-pixel title bar; exit code in $code.
@@ -112,8 +68,44 @@ close_panel() {
   local width
   width=$(window_geometry "$window" | cut -dx -f1)
   xdotool mousemove --window "$window" $((width - 10)) 10 click 1
-  if wait_for_exit "$panel" 10; then code=$exit_code
-  else echo "panel still running after the close button"; kill "$panel"; code=timeout; fi
+  code=0
+  wait_for_exit "$panel" 10 || code=$?
+  if [ "$code" = 124 ]; then echo "panel still running after the close button"; kill "$panel"; code=timeout; fi
   panel=
   xdotool mousemove 1000 1000   # keep the pointer off the next window
+}
+
+# plug NAME [OPTIONS...]: one virtual interface, its state in $scratch/NAME.state.
+plug() {
+  local n=$1; shift
+  "$virtual" --name "$n" --state-file "$scratch/$n.state" "$@" >"$scratch/$n.log" 2>&1 &
+  session_pid[$n]=$!
+  eventually 10 test -S "$bus/$n" || { echo "interface $n did not plug in"; cat "$scratch/$n.log"; return 1; }
+}
+# pull NAME [SIGNAL]: the interface leaves (SIGTERM unplugs it cleanly; SIGKILL is a yank).
+pull() {
+  kill -"${2:-TERM}" "${session_pid[$1]}" 2>/dev/null
+  wait "${session_pid[$1]}" 2>/dev/null
+  unset "session_pid[$1]"
+}
+byte() { awk -v i="$2" '$1 == "block" { print $(i + 2) }' "$scratch/$1.state"; }
+byte_is() { [ "$(byte "$1" "$2")" = "$3" ]; }
+# wait_byte NAME INDEX VALUE: true once the interface holds VALUE there (3 s at most).
+wait_byte() { eventually 3 byte_is "$@"; }
+
+size() { window_geometry "$window" | cut -d+ -f1; }
+size_is() { [ "$(size)" = "$1" ]; }
+wait_size() { eventually 3 size_is "$1"; }   # wait_size WxH: the window takes that size within 3 s
+# snap FILE: the window, with the pointer away from it, once it has stopped changing (a
+# control that loses the pointer repaints).
+snap() {
+  xdotool mousemove 1200 1000
+  import -window "$window" "$1"
+  eventually 2 unchanged_since "$1"
+}
+unchanged_since() {
+  local next=${1%.png}-next.png
+  import -window "$window" "$next" && [ "$(differing_pixels "$1" "$next")" = 0 ] && rm -f "$next" && return
+  mv "$next" "$1"
+  return 1
 }

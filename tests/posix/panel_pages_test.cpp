@@ -3,6 +3,9 @@
 #include "app/skin_root.h"
 #include "skin/image_lookup.h"
 #include "skin/translation_tables.h"
+#include "tests/support/allocation_failure.h"
+#include "tests/support/scripted_menu.h"
+#include "tests/support/test_interface.h"
 #include "tests/support/thrown_code.h"
 #include "tests/support/virtual_interface.h"
 #include "ui/button.h"
@@ -17,34 +20,10 @@ namespace
 {
     using device_list = qv::driver<os_result, device>;
 
-    // Every byte 0 except the ones given.
-    std::vector<int> block_with (std::initializer_list<std::pair<int, int>> set)
-    {
-        std::vector<int> bytes (16, 0);
-        for (auto& [index, value] : set)
-            bytes[(std::size_t) index] = value;
-        return bytes;
-    }
-
     const juce::XmlElement& skin_control (const juce::XmlElement& root, const char* layout, const char* tag)
     {
         return *root.getChildByName ("device")->getChildByName (layout)->getChildByName (tag);
     }
-
-    // Stands in for the modal menu, which needs a display, and records that it ran.
-    class scripted_menu
-    {
-    public:
-        explicit scripted_menu (int choice)
-        {
-            button::show_menu = [this, choice] (juce::PopupMenu& menu) {
-                shown.push_back (menu.getNumItems());
-                return choice;
-            };
-        }
-        ~scripted_menu() { button::show_menu = [] (juce::PopupMenu& m) { return m.show(); }; }
-        std::vector<int> shown;
-    };
 
     std::vector<juce::String> names_of (const view& page)
     {
@@ -92,20 +71,6 @@ TEST_F (panel_controls, switches_toggle_their_byte_between_min_and_max)
             EXPECT_EQ (vi.block()[1], 40);
         }
     }
-}
-
-TEST_F (panel_controls, a_chosen_gain_step_is_written_into_its_byte)
-{
-    virtual_interface vi (bus, "a");
-    device_list list;
-    button out12 (skin_control (*root, "expert", "level_out12"), *list.front());
-    EXPECT_TRUE (out12.is_menu());
-
-    scripted_menu menu (34); // "-3"
-    out12.clicked();
-    EXPECT_EQ (menu.shown, std::vector<int> { 41 });
-    EXPECT_EQ (vi.block()[1], 34);
-    EXPECT_FALSE (out12.getToggleState()) << "a menu button shows no value";
 }
 
 TEST_F (panel_controls, a_dismissed_menu_does_not_touch_the_interface)
@@ -209,17 +174,6 @@ TEST_F (device_page, firmware_1_1_1_gets_the_easy_layout)
     EXPECT_EQ (page.getNumChildComponents(), 5 + 3);
 }
 
-TEST_F (device_page, controls_start_from_the_interface_block)
-{
-    virtual_interface vi (bus, "a", block_option (block_with ({ { 8, 255 }, { 10, 255 }, { 12, 7 } })));
-    device_list list;
-    view page (device_element(), *list.front());
-    std::vector<bool> on;
-    for (auto* b : page)
-        on.push_back (b->getToggleState());
-    EXPECT_EQ (on, (std::vector<bool> { true, false, true, false, false }));
-}
-
 TEST_F (device_page, mode_button_rebuilds_every_control_and_fits_the_tabs)
 {
     virtual_interface vi (bus, "a");
@@ -288,6 +242,47 @@ TEST_F (device_page, missing_layouts_throw_invalid_data_after_clearing)
     EXPECT_TRUE (page.empty());
     EXPECT_EQ (page.information(), nullptr);
     EXPECT_EQ (page.mode_button().getParentComponent(), &page) << "the broken page keeps its mode button";
+}
+
+TEST_F (device_page, a_layout_without_a_mode_picture_leaves_no_button_to_click)
+{
+    virtual_interface vi (bus, "a");
+    device_list list;
+    juce::XmlElement element (device_element());
+    element.getChildByName ("expert")->setAttribute ("off", "resource::none");
+    view page (element, *list.front());
+    ASSERT_FALSE (page.mode_button().getBounds().isEmpty());
+    page.buttonClicked (const_cast<juce::ImageButton*> (&page.mode_button()));
+    EXPECT_EQ (page.mode_button().getName(), "easy");
+    EXPECT_TRUE (page.mode_button().getBounds().isEmpty());
+}
+
+TEST_F (device_page, a_control_that_fails_to_build_takes_the_page_and_its_other_controls_with_it)
+{
+    virtual_interface vi (bus, "a");
+    device_list list;
+    auto& d = *list.front();
+    const auto count = d.count.load();
+    {
+        view warm_up (device_element(), d); // fills the picture and font caches once
+    }
+    // Each control of the page in turn cannot be made.
+    for (long nth = 1;; ++nth)
+    {
+        const auto before = allocation_failure::outstanding_bytes();
+        allocation_failure::scoped failing (nth, sizeof (button));
+        try
+        {
+            view page (device_element(), d);
+        }
+        catch (const std::bad_alloc&)
+        {
+        }
+        ASSERT_EQ (allocation_failure::outstanding_bytes(), before) << "allocation " << nth;
+        ASSERT_EQ (d.count.load(), count) << "allocation " << nth;
+        if (! failing.failed())
+            break;
+    }
 }
 
 TEST_F (device_page, the_device_outlives_the_list_while_its_page_stands)

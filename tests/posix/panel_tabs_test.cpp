@@ -1,6 +1,7 @@
 // The container against real virtual interfaces: a tab per interface before About, in
 // order of arrival, titled by path, and the selection rules when interfaces go.
 #include "app/skin_root.h"
+#include "tests/support/scripted_menu.h"
 #include "tests/support/virtual_interface.h"
 #include "ui/container.h"
 #include "ui/view.h"
@@ -155,13 +156,12 @@ TEST_F (panel_tabs, an_interface_pulled_while_its_gain_menu_is_open_writes_nothi
     ASSERT_TRUE (out12->is_menu());
 
     // While the menu is open the interface goes, and its page and controls with it.
-    button::show_menu = [&] (juce::PopupMenu&) {
+    scripted_menu menu ([&] {
         a.unplug();
         pump_until ([&] { return tabs.getNumTabs() == 1; }, 3000);
         return 34;
-    };
+    });
     out12->clicked();
-    button::show_menu = [] (juce::PopupMenu& m) { return m.show(); };
     EXPECT_EQ (tabs.getNumTabs(), 1);
     EXPECT_TRUE (tabs.empty());
 }

@@ -2,6 +2,7 @@
 // clients that misbehave.
 #include "device/device.h"
 #include "device/posix/wire.h"
+#include "tests/support/scripted_host.h"
 #include "tests/support/virtual_interface.h"
 #include "session.h"
 
@@ -11,6 +12,11 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <sstream>
+#include <sys/file.h>
+#include <iterator>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -46,6 +52,12 @@ std::vector<std::uint8_t> read_until_quiet (int fd, int ms)
     }
 }
 
+std::string contents (const std::string& path)
+{
+    std::ifstream in (path);
+    return std::string (std::istreambuf_iterator<char> (in), {});
+}
+
 std::string run (const std::string& arguments, int& status)
 {
     std::string output;
@@ -71,28 +83,11 @@ std::vector<std::uint8_t> request (std::uint32_t code, std::uint32_t sequence, s
 }
 } // namespace
 
-TEST (veltrano_virtual, help_describes_every_option_and_bad_options_are_refused)
+TEST (veltrano_virtual, a_bad_command_line_exits_1_and_a_state_file_that_is_not_a_file_exits_2)
 {
     int status = -1;
-    const auto help = run ("--help", status);
-    EXPECT_EQ (status, 0);
-    for (const char* option : { "--name", "--bus", "--firmware", "--driver", "--block", "--state-file", "--delay-ms",
-                                "--fail-after", "--vanish-after", "EBUSY", "SIGTERM" })
-        EXPECT_NE (help.find (option), std::string::npos) << option;
-
-    const std::pair<const char*, const char*> refused[] = {
-        { "--colour red", "unknown option '--colour'" },
-        { "--firmware 1.30.0", "--firmware" },
-        { "--block 1 2 3", "16 byte values, got 3" },
-        { "--block 1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,256", "value 15" },
-        { "--name ../escape", "not a plain file name" },
-        { "--delay-ms", "needs a value" },
-    };
-    for (auto& [arguments, complaint] : refused)
-    {
-        EXPECT_NE (run (arguments, status).find (complaint), std::string::npos) << arguments;
-        EXPECT_EQ (status, 1) << arguments;
-    }
+    EXPECT_EQ (run ("--wait-ms 5", status), "veltrano-virtual: unknown option '--wait-ms' (see --help)\n");
+    EXPECT_EQ (status, 1);
 
     temporary_bus bus;
     EXPECT_NE (run ("--bus " + bus.folder() + " --state-file /dev/null", status).find ("not a regular file"),
@@ -103,14 +98,47 @@ TEST (veltrano_virtual, help_describes_every_option_and_bad_options_are_refused)
     EXPECT_TRUE (S_ISCHR (null_device.st_mode));
 }
 
-TEST (veltrano_virtual, state_file_holds_versions_and_block_from_the_start)
+TEST (veltrano_virtual, the_state_file_is_never_written_through_a_planted_link)
 {
     temporary_bus bus;
-    virtual_interface a (bus, "a", { "--firmware", "2.0.9", "--driver", "1.2.3", "--block", "9", "8", "7", "6", "5", "4",
-                                     "3", "2", "1", "0", "255", "254", "253", "252", "251", "250" });
-    EXPECT_EQ (a.state(), "name a\npath " + a.path()
-                              + "\nfirmware 2.0.9\ndriver 1.2.3\nblock 9 8 7 6 5 4 3 2 1 0 255 254 253 252 251 250\n"
-                                "requests 0\n");
+    const auto state = bus.folder() + "/state", victim = bus.folder() + "/victim";
+    std::FILE* file = std::fopen (victim.c_str(), "w");
+    std::fputs ("precious\n", file);
+    std::fclose (file);
+    ASSERT_EQ (::symlink (victim.c_str(), (state + ".tmp").c_str()), 0);
+
+    virtual_interface a (bus, "a", { "--state-file", state });
+    EXPECT_EQ (contents (victim), "precious\n");
+    EXPECT_EQ (contents (state).rfind ("name a\n", 0), 0u) << contents (state);
+}
+
+TEST (veltrano_virtual, a_host_waits_for_one_plugging_in_under_its_name_and_then_exits_2)
+{
+    temporary_bus bus;
+    // The test plays a host in the middle of plugging in "a": it holds the folder's lock.
+    const int folder = ::open (bus.folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ (::flock (folder, LOCK_EX), 0);
+    virtual_interface late (bus, "a", {}, false);
+    struct stat bus_folder {};
+    ASSERT_EQ (::fstat (folder, &bus_folder), 0);
+    const auto waiting = [&] {
+        std::istringstream locks (contents ("/proc/locks"));
+        for (std::string line; std::getline (locks, line);)
+            if (line.find ("->") != std::string::npos && line.find (":" + std::to_string (bus_folder.st_ino) + " ") != std::string::npos)
+                return true;
+        return false;
+    };
+    for (int waited = 0; waited < 3000 && ! waiting() && ::access (late.path().c_str(), F_OK) != 0; waited += 2)
+        ::usleep (2000);
+    ASSERT_TRUE (waiting()) << late.output();
+
+    const int first = bound_socket (late.path());
+    ASSERT_GE (first, 0);
+    ::close (folder); // the lock goes with it
+
+    EXPECT_EQ (late.wait_for_exit (3000), 2);
+    EXPECT_EQ (late.output(), "veltrano-virtual: an interface named a is plugged in already\n");
+    ::close (first);
 }
 
 TEST (veltrano_virtual, a_signal_unplugs_it_and_removes_its_socket)

@@ -65,9 +65,9 @@ temporary_bus::~temporary_bus()
 
 std::string virtual_interface::program() { return VELTRANO_VIRTUAL_PROGRAM; }
 
-virtual_interface::virtual_interface (const temporary_bus& bus, const std::string& name, std::vector<std::string> options,
+virtual_interface::virtual_interface (const std::string& folder, const std::string& name, std::vector<std::string> options,
                                       bool wait_until_plugged)
-    : socket_path (bus.interface_path (name))
+    : socket_path (folder + "/" + name)
 {
     char pattern[] = "/tmp/veltrano-host-XXXXXX";
     if (::mkdtemp (pattern) == nullptr)
@@ -76,7 +76,7 @@ virtual_interface::virtual_interface (const temporary_bus& bus, const std::strin
     state_path = work_folder + "/state";
     output_path = work_folder + "/output";
 
-    std::vector<std::string> args { program(), "--bus", bus.folder(), "--name", name, "--state-file", state_path };
+    std::vector<std::string> args { program(), "--bus", folder, "--name", name, "--state-file", state_path };
     args.insert (args.end(), options.begin(), options.end());
     std::vector<char*> argv;
     for (auto& a : args)
@@ -169,16 +169,6 @@ std::vector<int> virtual_interface::block() const
 
 std::string virtual_interface::state() const { return read_file (state_path); }
 std::string virtual_interface::output() const { return read_file (output_path); }
-
-bool pump_until (const std::function<bool()>& done, int ms)
-{
-    const auto deadline = clock::now() + std::chrono::milliseconds (ms);
-    while (! done() && clock::now() < deadline)
-        juce::MessageManager::getInstance()->runDispatchLoopUntil (5);
-    return done();
-}
-
-void pump_for (int ms) { juce::MessageManager::getInstance()->runDispatchLoopUntil (ms); }
 
 std::vector<std::string> block_option (const std::vector<int>& block)
 {

@@ -3,6 +3,8 @@
 // Real veltrano-virtual processes for tests on Linux, each test on a bus folder of
 // its own (KELTO_VIRTUAL_BUS points at it while the test runs).
 
+#include "tests/support/message_loop.h"
+
 #if ! defined(_WIN32)
 
 #include <functional>
@@ -35,6 +37,11 @@ public:
     // told not to, waits until it is plugged in. Throws std::runtime_error when it
     // does not come up.
     virtual_interface (const temporary_bus& bus, const std::string& name, std::vector<std::string> options = {},
+                       bool wait_until_plugged = true)
+        : virtual_interface (bus.folder(), name, std::move (options), wait_until_plugged)
+    {
+    }
+    virtual_interface (const std::string& folder, const std::string& name, std::vector<std::string> options = {},
                        bool wait_until_plugged = true);
     ~virtual_interface(); // unplugs it if it still runs
 
@@ -64,9 +71,5 @@ private:
 // The options that start an interface with `block` as its parameter block.
 std::vector<std::string> block_option (const std::vector<int>& block);
 
-// Runs the JUCE message loop until `done` holds or `ms` pass; returns `done()`.
-bool pump_until (const std::function<bool()>& done, int ms);
-// Runs the message loop for `ms`.
-void pump_for (int ms);
 
 #endif

@@ -73,22 +73,6 @@ TEST (about, without_update_element_shows_picture_and_line_only)
     EXPECT_NE (child_of_type<label> (page), nullptr);
 }
 
-TEST (about, paints_its_picture_at_its_own_size)
-{
-    about page (*skin_about());
-    page.setSize (500, 200);
-    juce::Image painted (juce::Image::ARGB, 500, 200, true);
-    {
-        juce::Graphics g (painted);
-        page.paint (g);
-    }
-    const auto picture = image_lookup ("resource::about_png");
-    EXPECT_EQ (painted.getPixelAt (10, 10), picture.getPixelAt (10, 10));
-    EXPECT_EQ (painted.getPixelAt (474, 181), picture.getPixelAt (474, 181));
-    EXPECT_EQ (painted.getPixelAt (475, 100).getAlpha(), 0);   // nothing beyond the picture
-    EXPECT_EQ (painted.getPixelAt (100, 182).getAlpha(), 0);
-}
-
 TEST (about, showing_it_fits_the_tabs_to_picture_and_tab_bar)
 {
     about page (*skin_about());

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <stdexcept>
 
 namespace
@@ -135,6 +136,12 @@ TEST (version_line, german_translates_driver_and_keeps_firmware)
     EXPECT_EQ (view::version_line (0x02030400, 0x01020300), "Treiber:2.3.4 Firmware: 1.2.3");
 }
 
+TEST (version_line, a_translated_word_is_text_not_format)
+{
+    scoped_translation odd ("language:Odd\n\"Driver\" = \"100% %s\"\n\"Firmware\" = \"%d%n\"\n");
+    EXPECT_EQ (view::version_line (0x02030400, 0x01020300), "100% %s:2.3.4 %d%n: 1.2.3");
+}
+
 TEST (tab_title, is_the_path_byte_for_byte)
 {
     EXPECT_EQ (container::title_of (""), "");
@@ -145,14 +152,71 @@ TEST (tab_title, is_the_path_byte_for_byte)
     EXPECT_EQ (high[2], (juce::juce_wchar) 0xFF);
 }
 
-TEST (failure_text, is_the_system_text_of_a_result_and_n_a_otherwise)
+TEST (tab_title, an_empty_one_keeps_tabs_and_pages_in_step)
 {
-    const auto code = qv::os_result (2);
-    EXPECT_EQ (describe_failure (std::make_exception_ptr (code)), juce::String (qv::message (code)));
-    EXPECT_FALSE (describe_failure (std::make_exception_ptr (code)).isEmpty());
-    EXPECT_EQ (describe_failure (std::make_exception_ptr (std::runtime_error ("x"))), "n/a");
-    EXPECT_EQ (describe_failure (std::make_exception_ptr (42)), "n/a");
+    juce::TabbedComponent tabs (juce::TabbedButtonBar::TabsAtTop);
+    juce::Component about, first, second;
+    container::add_tab (tabs, "", &about, false, -1);
+    container::add_tab (tabs, "", &first, false, tabs.getNumTabs() - 1);
+    container::add_tab (tabs, "second", &second, false, tabs.getNumTabs() - 1);
+    EXPECT_EQ (tabs.getTabNames(), juce::StringArray ({ "", "second", "" }));
+    EXPECT_EQ (tabs.getTabContentComponent (0), &first);
+    EXPECT_EQ (tabs.getTabContentComponent (1), &second);
+    EXPECT_EQ (tabs.getTabContentComponent (2), &about);
+}
+
+namespace
+{
+    // Takes the box's words instead of showing it, which needs a display.
+    struct box_words
+    {
+        juce::String title, message;
+        juce::MessageBoxIconType icon;
+    };
+    struct recording_look : juce::LookAndFeel_V4
+    {
+        juce::AlertWindow* createAlertWindow (const juce::String& title, const juce::String& message, const juce::String&,
+                                              const juce::String&, const juce::String&, juce::MessageBoxIconType icon,
+                                              int, juce::Component*) override
+        {
+            throw box_words { title, message, icon };
+        }
+    };
+
+    box_words failure_box_for (std::exception_ptr failure)
+    {
+        recording_look look;
+        juce::Desktop::getInstance().setDefaultLookAndFeel (&look);
+        box_words words {};
+        try
+        {
+            show_failure_box (describe_failure (failure), juce::ModalCallbackFunction::create ([] (int) {}));
+        }
+        catch (const box_words& shown)
+        {
+            words = shown;
+        }
+        juce::Desktop::getInstance().setDefaultLookAndFeel (nullptr);
+        return words;
+    }
+}
+
+TEST (failure_box, names_the_program_and_says_what_failed)
+{
+#if defined(_WIN32)
+    const auto denied = failure_box_for (std::make_exception_ptr (qv::os_result (5)));
+    EXPECT_EQ (denied.message, juce::String (qv::message (qv::os_result (5)))); // the system's own words
+    EXPECT_FALSE (denied.message.isEmpty());
+#else
+    const auto denied = failure_box_for (std::make_exception_ptr (qv::os_result (EACCES)));
+    EXPECT_EQ (denied.message, "Permission denied");
+#endif
+    EXPECT_EQ (denied.title, "Kelto Veltrano Exception");
+    EXPECT_EQ (denied.icon, juce::MessageBoxIconType::WarningIcon);
+    EXPECT_EQ (failure_box_for (std::make_exception_ptr (std::runtime_error ("x"))).message, "n/a");
 
     scoped_translation german (translation_tables::german());
-    EXPECT_EQ (describe_failure (std::make_exception_ptr (3.0)), juce::String (juce::CharPointer_UTF8 ("nicht verf\xc3\xbc" "gbar")));
+    const auto other = failure_box_for (std::make_exception_ptr (42));
+    EXPECT_EQ (other.title, "Kelto Veltrano Ausnahmefehler");
+    EXPECT_EQ (other.message, juce::String (juce::CharPointer_UTF8 ("nicht verf\xc3\xbc" "gbar")));
 }

@@ -15,12 +15,12 @@ protected:
     void SetUp() override
     {
         sys.reset();
-        auto& d = sys.interfaces["/bus/a"];
+        auto& d = sys.interfaces["/bus/a"].model;
         for (int i = 0; i < 16; ++i)
             d.block[i] = static_cast<std::uint8_t> (i * 3 + 1);
     }
 
-    pretend_interface& interface() { return sys.interfaces["/bus/a"]; }
+    vv_model& interface() { return sys.interfaces["/bus/a"].model; }
 
     pretend_system& sys = pretend_system::get();
 };
@@ -54,7 +54,7 @@ TEST_F (qv_veltrano, opening_asks_driver_version_then_firmware_then_block)
 
 TEST_F (qv_veltrano, firmware_older_than_1_1_1_leaves_block_unread)
 {
-    interface().firmware_reply = { 0, 1, 10 };
+    interface().firmware[2] = 0; // 1.1.0
     window_type window;
     qv::reference<device_type> d (new device_type ("/bus/a", window));
 
@@ -80,9 +80,7 @@ TEST_F (qv_veltrano, read_modify_write_sends_every_byte_as_read)
     for (int i = 0; i < 16; ++i)
         expected.push_back (i == 0 ? 0x5A : i == 15 ? 0xA5 : i == 10 ? 255 : i * 3 + 1);
     EXPECT_EQ (ints (write.in), expected);
-    // A write's reply is not copied back.
-    EXPECT_EQ (d->parameters[10], 255);
-    EXPECT_EQ (d->parameters[0], 0x5A);
+    EXPECT_EQ (interface().block[10], 255);
 }
 
 TEST_F (qv_veltrano, failed_read_leaves_parameters_untouched)
@@ -90,33 +88,39 @@ TEST_F (qv_veltrano, failed_read_leaves_parameters_untouched)
     window_type window;
     qv::reference<device_type> d (new device_type ("/bus/a", window));
     d->parameters[4] = 77;
-    interface().requests_before_failure = 0;
-    interface().request_failure = 31;
+    interface().faults.fail_after = 0;
 
     EXPECT_EQ (thrown_code<exact_result> ([&] { d->transfer (false); }), 31);
     EXPECT_EQ (d->parameters[4], 77);
     EXPECT_EQ (d->parameters[5], 5 * 3 + 1);
 }
 
-TEST_F (qv_veltrano, failure_while_opening_releases_in_reverse_order)
+TEST_F (qv_veltrano, failure_while_opening_throws_its_code_and_releases_in_reverse_order)
 {
-    interface().requests_before_failure = 2; // version and firmware answered, block fails
-    interface().request_failure = 1167;
-    window_type window;
-    sys.take_log();
+    const struct
+    {
+        std::uint32_t open_failure, watch_failure;
+        std::int32_t vanish_after; // 2: version and firmware answered, then it is gone
+        std::int64_t thrown;
+        std::vector<std::string> log;
+    } cases[] = {
+        { 32, 0, VV_NEVER, 32, { "open /bus/a" } },
+        { 0, 1168, VV_NEVER, 1168, { "open /bus/a", "watch 100", "close 100" } },
+        { 0, 0, 2, 1167, { "open /bus/a", "watch 100", "control 100", "control 100", "control 100", "unwatch 1100", "close 100" } },
+    };
+    for (const auto& c : cases)
+    {
+        SetUp();
+        sys.interfaces["/bus/a"].open_failure = c.open_failure;
+        sys.interfaces["/bus/a"].watch_failure = c.watch_failure;
+        interface().faults.vanish_after = c.vanish_after;
+        window_type window;
+        sys.take_log();
 
-    EXPECT_THROW (device_type ("/bus/a", window), exact_result);
-    EXPECT_EQ (sys.take_log(), (std::vector<std::string> { "open /bus/a", "watch 100", "control 100", "control 100",
-                                                           "control 100", "unwatch 1100", "close 100" }));
-    EXPECT_TRUE (sys.open_handles.empty());
-}
-
-TEST_F (qv_veltrano, failed_open_throws_the_system_code)
-{
-    interface().open_failure = 32;
-    window_type window;
-    EXPECT_EQ (thrown_code<exact_result> ([&] { device_type d ("/bus/a", window); }), 32);
-    EXPECT_TRUE (sys.requests.empty());
+        EXPECT_EQ (thrown_code<exact_result> ([&] { device_type d ("/bus/a", window); }), c.thrown);
+        EXPECT_EQ (sys.take_log(), c.log);
+        EXPECT_TRUE (sys.open_handles.empty());
+    }
 }
 
 TEST_F (qv_veltrano, destruction_unwatches_then_closes_and_sends_nothing)

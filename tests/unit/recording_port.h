@@ -1,18 +1,19 @@
 #pragma once
 
 // A port for the unit tests: a pretend system of interfaces that records, in order,
-// what the qv layers ask of it (open, watch, control requests, unwatch, close) and
-// the events the driver raises. Two result types select an exact and a
+// what the qv layers ask of it (listing, open, watch, control requests, unwatch, close)
+// and the events the driver raises. Two result types select an exact and a
 // case-insensitive identity rule.
 
 #include "device/qv/driver.h"
 #include "device/qv/veltrano.h"
 #include "tests/support/paths_of.h"
 #include "tests/support/thrown_code.h"
+#include "veltrano_model.h"
 
-#include <array>
+#include <algorithm>
 #include <cstdint>
-#include <cstring>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -24,14 +25,14 @@ enum folded_result : std::uint32_t
 {
 };
 
+// Answers as the hardware does, malformed requests included: the shared device model.
 struct pretend_interface
 {
-    std::array<std::uint8_t, 3> firmware_reply { 0, 1, 11 }; // d0 d1 d2
-    std::array<std::uint8_t, 4> driver_version { 0x00, 0x04, 0x00, 0x01 };
-    std::array<std::uint8_t, 16> block {};
-    std::uint32_t open_failure = 0;    // non-zero: open throws it
-    int requests_before_failure = -1;  // then every request throws `request_failure`
-    std::uint32_t request_failure = 0;
+    pretend_interface() { vv_model_init (&model); }
+
+    vv_model model;
+    std::uint32_t open_failure = 0;  // non-zero: open throws it
+    std::uint32_t watch_failure = 0; // non-zero: watch throws it
 };
 
 struct recorded_request
@@ -51,7 +52,6 @@ struct pretend_system
     std::map<int, std::string> open_handles;
     int next_handle = 100;
     qv::hotplug<int> events;
-    bool window_alive = false;
 
     static pretend_system& get()
     {
@@ -80,19 +80,21 @@ struct recording_port
     class window
     {
     public:
-        window()
-        {
-            sys().log.push_back ("window");
-            sys().window_alive = true;
-        }
+        window() { sys().log.push_back ("window"); }
         ~window()
         {
             sys().events = {};
-            sys().window_alive = false;
             sys().log.push_back ("~window");
         }
         void attach (const qv::hotplug<int>& events) { sys().events = events; }
-        std::vector<std::string> enumerate() { return sys().present; }
+        void enumerate (const std::function<void (std::string)>& each)
+        {
+            for (auto& path : sys().present)
+            {
+                sys().log.push_back ("list " + path);
+                each (path);
+            }
+        }
     };
 
     static pretend_system& sys() { return pretend_system::get(); }
@@ -113,6 +115,8 @@ struct recording_port
     static notification_type watch (handle_type handle, window&)
     {
         sys().log.push_back ("watch " + std::to_string (handle));
+        if (const auto failure = sys().interfaces[sys().open_handles[handle]].watch_failure; failure != 0)
+            throw R (failure);
         return handle + 1000;
     }
 
@@ -134,29 +138,16 @@ struct recording_port
         sys().requests.push_back ({ handle, code, std::vector<std::uint8_t> (bytes, bytes + in_size), out_size });
         sys().log.push_back ("control " + std::to_string (handle));
 
+        // The system's codes for a stalled request and for an interface that is gone.
         auto& device = sys().interfaces.at (sys().open_handles.at (handle));
-        if (device.requests_before_failure == 0)
-            throw R (device.request_failure);
-        if (device.requests_before_failure > 0)
-            --device.requests_before_failure;
-
-        auto* reply = static_cast<std::uint8_t*> (out);
-        if (code == qv::protocol::driver_version)
+        std::vector<std::uint8_t> buffer (std::max (in_size, out_size));
+        std::copy (bytes, bytes + in_size, buffer.begin());
+        std::uint32_t answered = 0, changed = 0;
+        switch (vv_model_request (&device.model, code, buffer.data(), in_size, out_size, &answered, &changed))
         {
-            std::memcpy (reply, device.driver_version.data(), 4);
-        }
-        else if (bytes[1] == qv::protocol::request_firmware)
-        {
-            std::memcpy (reply + 8, device.firmware_reply.data(), 3);
-        }
-        else if (bytes[0] == qv::protocol::read_type)
-        {
-            std::memcpy (reply + 8, device.block.data(), 16);
-        }
-        else
-        {
-            std::memcpy (device.block.data(), bytes + 8, 16);
-            std::memset (reply + 8, 0xEE, 16); // a write's reply is ignored
+            case VV_OK: std::copy (buffer.begin(), buffer.begin() + answered, static_cast<std::uint8_t*> (out)); return;
+            case VV_VANISHED: throw R (1167);
+            default: throw R (31);
         }
     }
 };

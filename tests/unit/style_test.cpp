@@ -2,9 +2,11 @@
 
 #include "app/skin_root.h"
 #include "app/style.h"
+#include "skin/embedded.h"
 #include "skin/image_lookup.h"
 #include "skin/translation_tables.h"
 #include "tests/support/file_beside_program.h"
+#include "ui/about.h"
 
 namespace
 {
@@ -32,6 +34,13 @@ namespace
                            << drawn.getPixelAt (px, py).toString() << ", expected " << expected.toString();
             }
         return ::testing::AssertionSuccess();
+    }
+
+    // A picture as the build rendered it and compiled it in.
+    juce::Image embedded_render (const juce::String& file)
+    {
+        auto* png = find_embedded (skin::images::files, file.toStdString());
+        return png == nullptr ? juce::Image() : juce::ImageFileFormat::loadFrom (png->data, png->size);
     }
 
     struct tab_bar
@@ -137,16 +146,63 @@ TEST (style, a_translation_names_the_typeface_before_the_skin)
     }
 }
 
-TEST (style, a_typeface_the_system_lacks_leaves_the_default_in_use)
+#if defined(_WIN32)
+TEST (style, the_typeface_is_handed_on_as_named)
+{
+    // Windows finds a face for any name itself.
+    style look (*element ("<style typeface.windows=\"No Such Typeface 7f3a\"/>"));
+    juce::LookAndFeel_V4 named;
+    named.setDefaultSansSerifTypefaceName ("No Such Typeface 7f3a");
+    EXPECT_EQ (look.getTypefaceForFont (juce::Font())->getName(), named.getTypefaceForFont (juce::Font())->getName());
+}
+#else
+namespace
+{
+    // One letter drawn large in white on transparent.
+    juce::Image letter (juce::LookAndFeel& look, juce::juce_wchar c)
+    {
+        juce::Image image (juce::Image::ARGB, 48, 48, true);
+        juce::Graphics g (image);
+        g.setColour (juce::Colours::white);
+        g.setFont (juce::Font (look.getTypefaceForFont (juce::Font())).withHeight (40.0f));
+        g.drawText (juce::String::charToString (c), image.getBounds(), juce::Justification::centred);
+        return image;
+    }
+
+    bool same (const juce::Image& a, const juce::Image& b)
+    {
+        for (int y = 0; y < a.getHeight(); ++y)
+            for (int x = 0; x < a.getWidth(); ++x)
+                if (a.getPixelAt (x, y) != b.getPixelAt (x, y))
+                    return false;
+        return true;
+    }
+}
+
+TEST (style, a_missing_typeface_gives_way_to_one_with_the_translations_letters)
 {
     const juce::LookAndFeel_V4 plain;
     const auto default_name = const_cast<juce::LookAndFeel_V4&> (plain).getTypefaceForFont (juce::Font())->getName();
-    style look (*element ("<style typeface.windows=\"No Such Typeface 7f3a\"/>"));
-    const auto typeface = look.getTypefaceForFont (juce::Font());
-    EXPECT_EQ (typeface->getName(), default_name);
-    EXPECT_FALSE (typeface->getName().isEmpty());
+    {
+        // Nothing to cover: the default stays.
+        style look (*element ("<style typeface.windows=\"No Such Typeface 7f3a\"/>"));
+        EXPECT_EQ (look.getTypefaceForFont (juce::Font())->getName(), default_name);
+    }
 
-    // An installed one is taken.
+    // The Chinese table names a Windows typeface. A face without its letters draws every one
+    // as the same box, or nothing: two letters of "About" must differ and show.
+    scoped_translation chinese (translation_tables::chinese());
+    style look (*skin_style());
+    const auto about = juce::translate ("About");
+    ASSERT_GE (about.length(), 2);
+    const auto first = letter (look, about[0]), second = letter (look, about[1]);
+    EXPECT_FALSE (same (first, second));
+    EXPECT_FALSE (same (first, juce::Image (juce::Image::ARGB, 48, 48, true)));
+}
+#endif
+
+TEST (style, an_installed_typeface_is_taken)
+{
     const auto installed = juce::Font::findAllTypefaceNames();
     ASSERT_FALSE (installed.isEmpty());
     const auto other = installed[installed.size() - 1];
@@ -156,35 +212,45 @@ TEST (style, a_typeface_the_system_lacks_leaves_the_default_in_use)
     EXPECT_EQ (chosen.getTypefaceForFont (juce::Font())->getName(), other);
 }
 
-TEST (style, title_bar_shows_the_centred_title_image_only)
+// Every way a picture reaches the window: at scale 1 the picture itself, unscaled; at scale 2
+// (a high-resolution screen) its 2x render, into the same logical rectangle.
+TEST (style, pictures_are_drawn_as_they_are_at_scale_1_and_from_their_2x_render_at_scale_2)
 {
-    style look (*skin_style());
+    const auto skin_root = parse_skin();
+    style look (*skin_root->getChildByName ("style"));
     juce::DocumentWindow owner ("Kelto Veltrano", juce::Colours::black, juce::DocumentWindow::closeButton, false);
-    const auto title = image_lookup ("resource::kelto_png");
-    ASSERT_TRUE (title.isValid());
+    tab_bar tabs (look);
+    const auto tab = tabs.bar.getTabButton (0)->getActiveArea();
+    about page (*skin_root->getChildByName ("about"));
+    juce::ImageButton control;
+    control.setLookAndFeel (&look);
+    control.setImages (true, true, true, image_lookup ("resource::phantom_power_off_png"), 1.0f, {},
+                       {}, 1.0f, {}, {}, 1.0f, {}, 0.0f);
 
-    juce::Image bar (juce::Image::ARGB, 475, 19, true);
-    {
-        juce::Graphics g (bar);
-        look.drawDocumentWindowTitleBar (owner, g, 475, 19, 0, 475, nullptr, false);
-    }
-    EXPECT_TRUE (drawn_alone_at (bar, title, (475 - 65) / 2, (19 - 11) / 2));
-}
-
-TEST (style, a_title_wider_than_the_bar_is_centred_and_clipped)
-{
-    style look (*element ("<style title=\"resource::about_png\"/>"));
-    juce::DocumentWindow owner ("Kelto Veltrano", juce::Colours::black, juce::DocumentWindow::closeButton, false);
-    const auto title = image_lookup ("resource::about_png");
-
-    juce::Image bar (juce::Image::ARGB, 100, 19, true);
-    {
-        juce::Graphics g (bar);
-        look.drawDocumentWindowTitleBar (owner, g, 100, 19, 0, 100, nullptr, false);
-    }
-    const int x = (100 - 475) / 2, y = (19 - 182) / 2;   // both negative, truncated toward zero
-    EXPECT_EQ (bar.getPixelAt (0, 0), title.getPixelAt (-x, -y));
-    EXPECT_EQ (bar.getPixelAt (99, 18), title.getPixelAt (99 - x, 18 - y));
+    struct route { const char* what; const char* file; int w, h, x, y; std::function<void (juce::Graphics&)> draw; };
+    const route routes[] = {
+        // A canvas larger than the page: nothing is drawn beyond its picture.
+        { "page", "about", 500, 200, 0, 0, [&] (juce::Graphics& g) { page.paint (g); } },
+        { "title bar", "kelto", 475, 19, 205, 4,
+          [&] (juce::Graphics& g) { look.drawDocumentWindowTitleBar (owner, g, 475, 19, 0, 475, nullptr, false); } },
+        { "device tab", "veltrano", tabs.bar.getTabButton (0)->getWidth(), tabs.bar.getTabButton (0)->getHeight(),
+          tab.getX() + (tab.getWidth() - 71) / 2, tab.getY() + (tab.getHeight() - 7) / 2,
+          [&] (juce::Graphics& g) { look.drawTabButton (*tabs.bar.getTabButton (0), g, false, false); } },
+        { "image button", "phantom_power_off", 39, 33, 0, 0, [&] (juce::Graphics& g) { control.paintEntireComponent (g, false); } },
+    };
+    for (auto& r : routes)
+        for (int scale : { 1, 2 })
+        {
+            juce::Image drawn (juce::Image::ARGB, r.w * scale, r.h * scale, true);
+            {
+                juce::Graphics g (drawn);
+                g.addTransform (juce::AffineTransform::scale ((float) scale));
+                r.draw (g);
+            }
+            const auto render = embedded_render (juce::String (r.file) + (scale == 1 ? ".png" : "@2x.png"));
+            EXPECT_TRUE (drawn_alone_at (drawn, render, r.x * scale, r.y * scale)) << r.what << " at scale " << scale;
+        }
+    control.setLookAndFeel (nullptr);
 }
 
 TEST (style, device_tabs_show_the_tab_image_and_about_keeps_the_default_look)

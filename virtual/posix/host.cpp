@@ -13,6 +13,8 @@
 #include <ctime>
 #include <poll.h>
 #include <stdexcept>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -29,23 +31,11 @@ std::runtime_error system_error (const std::string& what, int code = errno)
     return std::runtime_error (what + ": " + std::strerror (code));
 }
 
-sockaddr_un address_of (const std::string& path)
+// True when a host answers at `name`; false for a socket left behind by a killed one.
+bool someone_listens (const qv::bus::folder& folder, const std::string& name)
 {
-    sockaddr_un address {};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path)
-        throw std::runtime_error ("socket path too long (" + std::to_string (path.size()) + " bytes): " + path);
-    std::memcpy (address.sun_path, path.c_str(), path.size() + 1);
-    return address;
-}
-
-// True when a host answers at `path`; false for a socket left behind by a killed one.
-bool someone_listens (const std::string& path)
-{
-    const auto address = address_of (path);
     const int probe = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    const bool live = probe >= 0 && (::connect (probe, reinterpret_cast<const sockaddr*> (&address), sizeof address) == 0
-                                     || errno == EAGAIN);
+    const bool live = probe >= 0 && (folder.connect (probe, name) == 0 || errno == EAGAIN);
     if (probe >= 0)
         ::close (probe);
     return live;
@@ -86,63 +76,85 @@ void install_unplug_signals()
     std::signal (SIGPIPE, SIG_IGN);
 }
 
-host::host (options s) : settings (std::move (s))
+host::host (const vv_options& settings)
+    : model (settings.model), name (settings.name != nullptr ? settings.name : "veltrano-" + std::to_string (::getpid())),
+      state_file (settings.state_file != nullptr ? settings.state_file : "")
 {
-    std::string folder;
-    const std::string wanted = settings.bus.empty() ? qv::bus::configured_folder() : settings.bus;
+    const std::string wanted = settings.bus != nullptr ? settings.bus : qv::bus::configured_folder();
     try
     {
-        folder = qv::bus::open_folder (wanted);
+        folder = qv::bus::folder (wanted);
     }
     catch (qv::os_result code)
     {
         throw std::runtime_error ("bus folder " + wanted + " refused: " + std::strerror (static_cast<int> (code))
-                                  + (code == EPERM ? " (owned by another user)"
-                                     : code == EACCES ? " (others may write to it; it must be mode 0700)"
-                                                      : ""));
+                                  + (code == EPERM     ? " (owned by another user)"
+                                     : code == EACCES  ? " (others may write to it; it must be mode 0700)"
+                                     : code == ENOTDIR ? " (a symbolic link or a file, not a folder)"
+                                                       : ""));
     }
     // The state file is replaced by a rename: never let that replace something else.
     struct stat state {};
-    if (! settings.state_file.empty() && ::lstat (settings.state_file.c_str(), &state) == 0 && ! S_ISREG (state.st_mode))
-        throw std::runtime_error ("--state-file: " + settings.state_file + " exists and is not a regular file");
-    if (settings.name.empty())
-        settings.name = "veltrano-" + std::to_string (::getpid());
-    socket_path = folder + "/" + settings.name;
-    const std::string hidden = folder + "/." + settings.name + "." + std::to_string (::getpid());
-    address_of (socket_path); // refuses a name too long for a socket address
-    auto hidden_address = address_of (hidden);
+    if (! state_file.empty() && ::lstat (state_file.c_str(), &state) == 0 && ! S_ISREG (state.st_mode))
+        throw std::runtime_error ("--state-file: " + state_file + " exists and is not a regular file");
+    socket_path = folder.path() + "/" + name;
+    plug_in();
+}
+
+void host::plug_in()
+{
+    const int bus = folder.descriptor();
+    // Hosts take names one at a time: two started together with one name must not
+    // both find it free.
+    while (::flock (bus, LOCK_EX) != 0)
+        if (errno != EINTR)
+            throw system_error ("cannot lock the bus folder " + folder.path());
+    struct unlock_when_done
+    {
+        int fd;
+        ~unlock_when_done() { ::flock (fd, LOCK_UN); }
+    } unlock { bus };
 
     struct stat existing {};
-    if (::lstat (socket_path.c_str(), &existing) == 0)
+    if (::fstatat (bus, name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) == 0)
     {
         if (! S_ISSOCK (existing.st_mode))
             throw std::runtime_error (socket_path + " exists and is not an interface socket");
-        if (someone_listens (socket_path))
-            throw std::runtime_error ("an interface named " + settings.name + " is plugged in already");
-        ::unlink (socket_path.c_str()); // left behind by a host that was killed
+        if (someone_listens (folder, name))
+            throw std::runtime_error ("an interface named " + name + " is plugged in already");
+        ::unlinkat (bus, name.c_str(), 0); // left behind by a host that was killed
     }
+
+    const std::string hidden = ".plugging-" + std::to_string (::getpid());
+    sockaddr_un address {};
+    address.sun_family = AF_UNIX;
+    const auto through = folder.inside (hidden); // short: it goes through the folder's descriptor
+    std::memcpy (address.sun_path, through.c_str(), through.size() + 1);
 
     listener = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (listener < 0)
         throw system_error ("socket");
-    ::unlink (hidden.c_str());
-    if (::bind (listener, reinterpret_cast<const sockaddr*> (&hidden_address), sizeof hidden_address) != 0
-        || ::listen (listener, 8) != 0)
-    {
-        const auto error = system_error ("cannot listen at " + hidden);
+    ::unlinkat (bus, hidden.c_str(), 0);
+    auto give_up = [&] (const std::string& what, int code) {
         ::close (listener);
-        ::unlink (hidden.c_str());
-        throw error;
-    }
+        listener = -1;
+        ::unlinkat (bus, hidden.c_str(), 0);
+        return system_error (what, code);
+    };
+    if (::bind (listener, reinterpret_cast<const sockaddr*> (&address), sizeof address) != 0 || ::listen (listener, 8) != 0)
+        throw give_up ("cannot listen in " + folder.path(), errno);
     // The state is there before the interface is: a test that sees the socket can read it.
     save_state();
-    // The rename is the plug-in; link-then-unlink would leave a window with two names.
-    if (::rename (hidden.c_str(), socket_path.c_str()) != 0)
+    // The rename is the plug-in; it never replaces what another host plugged in.
+    int renamed = ::renameat2 (bus, hidden.c_str(), bus, name.c_str(), RENAME_NOREPLACE);
+    if (renamed != 0 && errno == EINVAL) // a file system without it: the lock still holds other hosts off
+        renamed = ::renameat (bus, hidden.c_str(), bus, name.c_str());
+    if (renamed != 0)
     {
-        const auto error = system_error ("cannot plug in at " + socket_path);
-        ::close (listener);
-        ::unlink (hidden.c_str());
-        throw error;
+        const int code = errno;
+        if (code == EEXIST)
+            throw give_up ("an interface named " + name + " is plugged in already", code);
+        throw give_up ("cannot plug in at " + socket_path, code);
     }
 }
 
@@ -151,7 +163,7 @@ host::~host()
     drop_client();
     if (listener >= 0)
     {
-        ::unlink (socket_path.c_str());
+        ::unlinkat (folder.descriptor(), name.c_str(), 0);
         ::close (listener);
     }
 }
@@ -180,6 +192,14 @@ void host::accept_client()
     const int incoming = ::accept4 (listener, nullptr, nullptr, SOCK_CLOEXEC);
     if (incoming < 0)
         return;
+    if (! qv::bus::peer_is_own_user (incoming))
+    {
+        send_frame (incoming, qv::wire::encode (qv::wire::hello, 0, EPERM, nullptr, 0));
+        ::close (incoming);
+        std::printf ("refused a client of another user\n");
+        std::fflush (stdout);
+        return;
+    }
     // A client that has left but not been noticed yet no longer holds the interface.
     if (client >= 0 && hung_up (client))
         drop_client();
@@ -190,7 +210,7 @@ void host::accept_client()
         return;
     }
     client = incoming;
-    conversation = std::make_unique<session> (settings.model);
+    conversation = std::make_unique<session> (model);
     send_frame (client, qv::wire::encode (qv::wire::hello, 0, 0, nullptr, 0));
 }
 
@@ -207,11 +227,11 @@ void host::serve_client()
     }
     for (auto& r : conversation->receive (chunk, static_cast<std::size_t> (n)))
     {
-        if (settings.model.faults.reply_delay_ms > 0 && ! pause (settings.model.faults.reply_delay_ms))
+        if (model.faults.reply_delay_ms > 0 && ! pause (model.faults.reply_delay_ms))
             return;
         if (r.vanish)
         {
-            std::printf ("vanished after %u requests\n", settings.model.answered);
+            std::printf ("vanished after %u requests\n", model.answered);
             std::fflush (stdout);
             stop_requested = 1;
             return;
@@ -249,15 +269,14 @@ void host::report_changes (std::uint32_t mask, const std::uint8_t* before)
 {
     for (unsigned i = 0; i < VV_BLOCK_SIZE; ++i)
         if ((mask & (1u << i)) != 0)
-            std::printf ("byte %u (%s): %u -> %u\n", i, vv_parameter_name (i), before[i], settings.model.block[i]);
+            std::printf ("byte %u (%s): %u -> %u\n", i, vv_parameter_name (i), before[i], model.block[i]);
     std::fflush (stdout);
 }
 
 void host::save_state()
 {
-    if (! settings.state_file.empty()
-        && ! write_state_file (settings.state_file, settings.name, socket_path, settings.model))
-        std::fprintf (stderr, "veltrano-virtual: cannot write %s: %s\n", settings.state_file.c_str(), std::strerror (errno));
+    if (! state_file.empty() && ! write_state_file (state_file, name, socket_path, model))
+        std::fprintf (stderr, "veltrano-virtual: cannot write %s: %s\n", state_file.c_str(), std::strerror (errno));
 }
 
 bool host::pause (std::uint32_t ms)

@@ -3,7 +3,8 @@
 // The plugged-in interface: a listening socket in the bus folder and the one
 // client it serves, until a signal or the model unplugs it.
 
-#include "options.h"
+#include "device/posix/bus.h"
+#include "veltrano_options.h"
 
 #include <cstdint>
 #include <memory>
@@ -17,7 +18,7 @@ public:
     // Plugs the interface in: binds a hidden name, listens, then renames it into
     // place so that a watcher never sees a socket nobody listens on. Throws
     // std::runtime_error with a readable reason.
-    explicit host (options settings);
+    explicit host (const vv_options& settings);
     ~host();
     host (const host&) = delete;
     host& operator= (const host&) = delete;
@@ -28,6 +29,7 @@ public:
     const std::string& path() const { return socket_path; }
 
 private:
+    void plug_in();
     void accept_client();
     void serve_client();
     void drop_client();
@@ -35,7 +37,9 @@ private:
     void save_state();
     bool pause (std::uint32_t ms); // false when a signal asked to stop
 
-    options settings;
+    vv_model model;
+    std::string name, state_file;
+    qv::bus::folder folder;
     std::string socket_path;
     int listener = -1;
     int client = -1;

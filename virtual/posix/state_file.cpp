@@ -1,6 +1,8 @@
 #include "state_file.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <unistd.h>
 
 std::string version_text (uint32_t word)
@@ -20,16 +22,20 @@ bool write_state_file (const std::string& path, const std::string& name, const s
         text += " " + std::to_string (byte);
     text += "\nrequests " + std::to_string (model.answered) + "\n";
 
-    const std::string temporary = path + ".tmp";
-    FILE* file = std::fopen (temporary.c_str(), "w");
-    if (file == nullptr)
+    // A name of its own, made new: a file or link planted beside PATH is never written through.
+    std::string temporary = path + ".XXXXXX";
+    const int fd = ::mkstemp (temporary.data());
+    if (fd < 0)
         return false;
-    const bool written = std::fwrite (text.data(), 1, text.size(), file) == text.size();
-    const bool closed = std::fclose (file) == 0;
-    if (! written || ! closed)
+    // A regular file takes it all at once; less is a full disk or the like.
+    const bool written = ::write (fd, text.data(), text.size()) == static_cast<ssize_t> (text.size());
+    const bool closed = ::close (fd) == 0;
+    if (! written || ! closed || std::rename (temporary.c_str(), path.c_str()) != 0)
     {
+        const int error = errno;
         ::unlink (temporary.c_str());
+        errno = error;
         return false;
     }
-    return std::rename (temporary.c_str(), path.c_str()) == 0;
+    return true;
 }

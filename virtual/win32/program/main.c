@@ -11,6 +11,7 @@
 #include "bus_client.h"
 #include "interface_paths.h"
 #include "veltrano_model.h"
+#include "veltrano_options.h"
 
 enum exit_code
 {
@@ -20,7 +21,8 @@ enum exit_code
     EXIT_TIMEOUT = 3
 };
 
-#define DEFAULT_WAIT_MS 30000u
+#define DEFAULT_WAIT_MS VV_DEFAULT_WAIT_MS
+_Static_assert (VV_MAX_DELAY_MS == VVB_MAX_DELAY_MS, "the options allow what the bus accepts");
 
 static const char usage[] =
     "usage: veltrano-virtual COMMAND [OPTIONS]\n"
@@ -38,9 +40,21 @@ static const char usage[] =
     "        print interface N's 16-byte parameter block as decimal numbers\n"
     "  --help\n"
     "\n"
-    "Defaults: firmware 1.1.1, driver 1.0.4, gains at 0 dB, switches off, wait 30000 ms\n"
-    "(also the longest wait for the bus itself, which wine starts with each session).\n"
+    "Options of plug:\n";
+
+static const char usage_end[] =
+    "  --wait-ms N          plug and unplug: wait at most N ms (0-600000, default\n"
+    "                       30000) for the interface, and for the bus itself, which\n"
+    "                       wine starts with each session\n"
+    "\n"
     "Exit status: 0 done, 1 failed, 2 bad command line, 3 timed out waiting.\n";
+
+static void show_usage (FILE* out)
+{
+    fputs (usage, out);
+    fputs (vv_interface_options_help, out);
+    fputs (usage_end, out);
+}
 
 static void fail (const char* format, ...)
 {
@@ -75,24 +89,6 @@ static const char* describe (DWORD error)
                : system_message (error);
 }
 
-/* Strict decimal: digits only, at most `limit`. */
-static int parse_number (const char* text, unsigned long limit, unsigned long* value)
-{
-    if (text == NULL || *text < '0' || *text > '9')
-        return -1;
-    unsigned long n = 0;
-    for (; *text != '\0'; ++text)
-    {
-        if (*text < '0' || *text > '9')
-            return -1;
-        n = n * 10 + (unsigned long) (*text - '0');
-        if (n > limit)
-            return -1;
-    }
-    *value = n;
-    return 0;
-}
-
 /* Wine loads the driver when a session starts, so right after start-up the bus may
    not exist yet: wait for it rather than fail. */
 static HANDLE open_bus (unsigned wait_ms)
@@ -112,128 +108,47 @@ static HANDLE open_bus (unsigned wait_ms)
     return bus;
 }
 
-/* Reads the value after option argv[*i]; reports a missing one. */
-static const char* option_value (int argc, char** argv, int* i)
+/* Reads the options from argv[first] on: 0, 1 for --help (shown), -1 after a complaint. */
+static int parse_options (int argc, char** argv, int first, unsigned groups, struct vv_options* options)
 {
-    if (*i + 1 >= argc)
+    char error[512];
+    if (vv_parse_options (argc - first, argv + first, groups, options, error, sizeof error) != 0)
     {
-        fail ("%s needs a value", argv[*i]);
-        return NULL;
-    }
-    return argv[++*i];
-}
-
-static int parse_wait (const char* text, unsigned* wait_ms)
-{
-    unsigned long value;
-    if (parse_number (text, 600000, &value) != 0)
-    {
-        fail ("bad --wait-ms value \"%s\": expected 0 to 600000", text ? text : "");
+        fail ("%s", error);
         return -1;
     }
-    *wait_ms = (unsigned) value;
-    return 0;
-}
-
-static int parse_count (const char* option, const char* text, int32_t* count)
-{
-    unsigned long value;
-    if (parse_number (text, 0x7fffffff, &value) != 0)
+    if (options->help)
     {
-        fail ("bad %s value \"%s\": expected a number of requests", option, text ? text : "");
-        return -1;
+        show_usage (stdout);
+        return 1;
     }
-    *count = (int32_t) value;
     return 0;
 }
 
 static int parse_plug (int argc, char** argv, struct vvb_plug* plug, unsigned* wait_ms)
 {
-    struct vv_model defaults;
-    vv_model_init (&defaults);
+    struct vv_options options;
+    const int parsed = parse_options (argc, argv, 2, VV_INTERFACE_OPTIONS | VV_WAIT_OPTION, &options);
+    if (parsed != 0)
+        return parsed;
     memset (plug, 0, sizeof *plug);
-    memcpy (plug->firmware, defaults.firmware, 3);
-    plug->driver_version = defaults.driver_version;
-    memcpy (plug->block, defaults.block, sizeof plug->block);
-    plug->fail_after = VVB_NEVER;
-    plug->vanish_after = VVB_NEVER;
-
-    for (int i = 2; i < argc; ++i)
-    {
-        const char* option = argv[i];
-        if (strcmp (option, "--firmware") == 0 || strcmp (option, "--driver") == 0)
-        {
-            const char* text = option_value (argc, argv, &i);
-            uint8_t v[3];
-            if (text == NULL)
-                return -1;
-            if (vv_parse_version (text, &v[0], &v[1], &v[2]) != 0)
-            {
-                fail ("bad %s version \"%s\": expected X.Y.Z with X 0-255, Y 0-25, Z 0-9", option,
-                      text);
-                return -1;
-            }
-            if (option[2] == 'f')
-                memcpy (plug->firmware, v, 3);
-            else
-                plug->driver_version = vv_version_word (v[0], v[1], v[2]);
-        }
-        else if (strcmp (option, "--block") == 0)
-        {
-            for (int b = 0; b < 16; ++b)
-            {
-                unsigned long value;
-                if (i + 1 >= argc || parse_number (argv[i + 1], 255, &value) != 0)
-                {
-                    fail ("--block needs 16 numbers from 0 to 255; byte %d is %s%s%s", b,
-                          i + 1 < argc ? "\"" : "", i + 1 < argc ? argv[i + 1] : "missing",
-                          i + 1 < argc ? "\"" : "");
-                    return -1;
-                }
-                plug->block[b] = (uint8_t) value;
-                ++i;
-            }
-        }
-        else if (strcmp (option, "--delay-ms") == 0)
-        {
-            const char* text = option_value (argc, argv, &i);
-            unsigned long value;
-            if (text == NULL)
-                return -1;
-            if (parse_number (text, VVB_MAX_DELAY_MS, &value) != 0)
-            {
-                fail ("bad --delay-ms value \"%s\": expected 0 to %u", text, VVB_MAX_DELAY_MS);
-                return -1;
-            }
-            plug->delay_ms = (uint32_t) value;
-        }
-        else if (strcmp (option, "--fail-after") == 0 || strcmp (option, "--vanish-after") == 0)
-        {
-            const char* text = option_value (argc, argv, &i);
-            if (text == NULL
-                || parse_count (option, text, option[2] == 'f' ? &plug->fail_after : &plug->vanish_after) != 0)
-                return -1;
-        }
-        else if (strcmp (option, "--wait-ms") == 0)
-        {
-            if (parse_wait (option_value (argc, argv, &i), wait_ms) != 0)
-                return -1;
-        }
-        else
-        {
-            fail ("unknown option \"%s\" for plug", option);
-            return -1;
-        }
-    }
+    memcpy (plug->firmware, options.model.firmware, 3);
+    plug->driver_version = options.model.driver_version;
+    memcpy (plug->block, options.model.block, sizeof plug->block);
+    plug->fail_after = options.model.faults.fail_after;
+    plug->vanish_after = options.model.faults.vanish_after;
+    plug->delay_ms = options.model.faults.reply_delay_ms;
+    *wait_ms = options.wait_ms;
     return 0;
 }
 
 static int command_plug (int argc, char** argv)
 {
     struct vvb_plug plug;
-    unsigned wait_ms = DEFAULT_WAIT_MS;
-    if (parse_plug (argc, argv, &plug, &wait_ms) != 0)
-        return EXIT_USAGE;
+    unsigned wait_ms;
+    const int parsed = parse_plug (argc, argv, &plug, &wait_ms);
+    if (parsed != 0)
+        return parsed > 0 ? EXIT_OK : EXIT_USAGE;
     HANDLE bus = open_bus (wait_ms);
     if (bus == NULL)
         return EXIT_FAILED;
@@ -265,7 +180,7 @@ static int command_plug (int argc, char** argv)
 static int parse_child (const char* text, uint32_t* number)
 {
     unsigned long value;
-    if (text == NULL || parse_number (text, 0xffffffffu, &value) != 0 || value == 0)
+    if (text == NULL || vv_parse_number (text, 0xffffffffu, &value) != 0 || value == 0)
     {
         fail ("bad interface number \"%s\": expected the number plug printed", text ? text : "");
         return -1;
@@ -289,7 +204,7 @@ static int on_bus (HANDLE bus, uint32_t number)
 static int command_unplug (int argc, char** argv)
 {
     uint32_t number;
-    unsigned wait_ms = DEFAULT_WAIT_MS;
+    struct vv_options options;
     if (argc < 3)
     {
         fail ("unplug takes the interface number that plug printed");
@@ -297,16 +212,10 @@ static int command_unplug (int argc, char** argv)
     }
     if (parse_child (argv[2], &number) != 0)
         return EXIT_USAGE;
-    for (int i = 3; i < argc; ++i)
-    {
-        if (strcmp (argv[i], "--wait-ms") != 0)
-        {
-            fail ("unknown option \"%s\" for unplug", argv[i]);
-            return EXIT_USAGE;
-        }
-        if (parse_wait (option_value (argc, argv, &i), &wait_ms) != 0)
-            return EXIT_USAGE;
-    }
+    const int parsed = parse_options (argc, argv, 3, VV_WAIT_OPTION, &options);
+    if (parsed != 0)
+        return parsed > 0 ? EXIT_OK : EXIT_USAGE;
+    const unsigned wait_ms = options.wait_ms;
     HANDLE bus = open_bus (wait_ms);
     if (bus == NULL)
         return EXIT_FAILED;
@@ -429,13 +338,13 @@ int main (int argc, char** argv)
 
     if (argc < 2)
     {
-        fputs (usage, stderr);
+        show_usage (stderr);
         return EXIT_USAGE;
     }
     const char* command = argv[1];
     if (strcmp (command, "--help") == 0 || strcmp (command, "-h") == 0)
     {
-        fputs (usage, stdout);
+        show_usage (stdout);
         return EXIT_OK;
     }
     int result;

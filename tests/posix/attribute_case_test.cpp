@@ -1,0 +1,91 @@
+// A skin may spell attribute names in any letter case: the real skin with every attribute
+// name in capitals builds exactly what the real skin builds.
+#include "app/skin_root.h"
+#include "app/style.h"
+#include "tests/support/virtual_interface.h"
+#include "ui/about.h"
+#include "ui/button.h"
+#include "ui/view.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace
+{
+    void rename_attributes (juce::XmlElement& e, const std::function<juce::String (const juce::String&)>& rename)
+    {
+        juce::StringPairArray attributes;
+        for (int i = 0; i < e.getNumAttributes(); ++i)
+            attributes.set (rename (e.getAttributeName (i)), e.getAttributeValue (i));
+        e.removeAllAttributes();
+        for (auto& name : attributes.getAllKeys())
+            e.setAttribute (name, attributes[name]);
+        for (auto* child : e.getChildIterator())
+            rename_attributes (*child, rename);
+    }
+
+    juce::String picture (const juce::Image& image) { return image.isValid() ? image.getBounds().toString() : "none"; }
+
+    // What a page shows: every component with its place, name, tooltip, pictures, text,
+    // parameter and menu.
+    void describe (juce::Component& c, juce::String& out)
+    {
+        out << c.getBounds().toString() << " " << c.getName();
+        if (auto* tip = dynamic_cast<juce::SettableTooltipClient*> (&c))
+            out << " tip:" << tip->getTooltip();
+        if (auto* b = dynamic_cast<juce::ImageButton*> (&c))
+            out << " on:" << (int) b->getToggleState() << " pictures:" << picture (b->getNormalImage()) << "/"
+                << picture (b->getOverImage()) << "/" << picture (b->getDownImage());
+        if (auto* l = dynamic_cast<juce::Label*> (&c))
+            out << " text:" << l->getText() << " " << l->getFont().getHeight() << " " << l->findColour (juce::Label::textColourId).toString();
+        if (auto* control = dynamic_cast<button*> (&c))
+        {
+            out << " id:" << (int) control->parameter() << " " << control->on_value() << "/" << control->off_value();
+            for (juce::PopupMenu::MenuItemIterator items (*control); items.next();)
+                out << " " << items.getItem().itemID << "=" << items.getItem().text;
+        }
+        out << "\n";
+        for (auto* child : c.getChildren())
+            describe (*child, out);
+    }
+
+    juce::String built_from (const juce::XmlElement& root, device& d)
+    {
+        juce::String out;
+        style look (*root.getChildByName ("style"));
+        out << look.getPopupMenuFont().getHeight();
+        for (int id : { (int) juce::Label::textColourId, (int) juce::TabbedComponent::backgroundColourId, (int) juce::TooltipWindow::backgroundColourId,
+                        (int) juce::TooltipWindow::textColourId, (int) juce::ResizableWindow::backgroundColourId })
+            out << " " << look.findColour (id).toString();
+        out << "\n";
+
+        about info (*root.getChildByName ("about"));
+        describe (info, out);
+        view page (*root.getChildByName ("device"), d);
+        describe (page, out);
+        if (page.mode_button().getName().isNotEmpty())
+        {
+            page.buttonClicked (const_cast<juce::ImageButton*> (&page.mode_button()));
+            describe (page, out);
+        }
+        return out;
+    }
+}
+
+TEST (attribute_case, capitals_read_like_the_skins_own_names)
+{
+    temporary_bus bus;
+    virtual_interface vi (bus, "a", block_option ({ 0, 40, 40, 40, 20, 20, 20, 20, 255, 0, 255, 0, 255, 0, 0, 0 }));
+    qv::driver<os_result, device> list;
+    auto& d = *list.front();
+
+    const auto real = parse_skin();
+    auto capitals = parse_skin(), none = parse_skin();
+    rename_attributes (*capitals, [] (const juce::String& name) { return name.toUpperCase(); });
+    rename_attributes (*none, [] (const juce::String& name) { return "unread_" + name; });
+
+    const auto expected = built_from (*real, d);
+    EXPECT_EQ (built_from (*capitals, d), expected);
+    EXPECT_NE (built_from (*none, d), expected) << "the attributes must make a difference";
+}
