@@ -70,27 +70,4 @@ TEST (about, without_update_element_shows_picture_and_line_only)
     element->deleteAllChildElementsWithTagName ("update");
     about page (*element);
     EXPECT_EQ (page.getNumChildComponents(), 1);
-    EXPECT_NE (child_of_type<label> (page), nullptr);
-}
-
-TEST (about, showing_it_fits_the_tabs_to_picture_and_tab_bar)
-{
-    about page (*skin_about());
-    juce::TabbedComponent tabs (juce::TabbedButtonBar::TabsAtTop);
-    tabs.setOutline (0);
-    tabs.setIndent (0);
-    tabs.setBounds (7, 9, 100, 50);
-    tabs.addTab ("Other", juce::Colours::grey, new juce::Component(), true);
-    tabs.addTab ("About", juce::Colours::grey, &page, false);
-    EXPECT_EQ (tabs.getBounds(), juce::Rectangle<int> (7, 9, 100, 50));   // hidden: no change
-
-    tabs.setCurrentTabIndex (1);
-    EXPECT_EQ (tabs.getBounds(), juce::Rectangle<int> (7, 9, 475, 182 + tabs.getTabBarDepth()));
-    EXPECT_EQ (tabs.getHeight(), 212);
-    EXPECT_EQ (page.getBounds(), juce::Rectangle<int> (0, 30, 475, 182));
-
-    tabs.setCurrentTabIndex (0);
-    tabs.setSize (300, 300);
-    tabs.setCurrentTabIndex (1);
-    EXPECT_EQ (tabs.getBounds(), juce::Rectangle<int> (7, 9, 475, 212));
 }

@@ -12,23 +12,6 @@ namespace
     }
 }
 
-TEST (label, about_info_spans_the_page_in_its_own_colour)
-{
-    auto info = element ("<info y=\"140\" h=\"20\" argb=\"4287940053\" tooltip=\"Displays the current Kelto Veltrano Control Panel version information\"/>");
-    label line (*info, "Kelto Veltrano 1.0.0f48", 475, 182);
-
-    EXPECT_EQ (line.getBounds(), juce::Rectangle<int> (0, 140, 475, 20));
-    EXPECT_EQ (line.findColour (juce::Label::textColourId).getARGB(), 0xFF94C5D5u);
-    EXPECT_EQ (line.getFont().getHeight(), 12.0f);
-    EXPECT_FALSE (line.getFont().isBold());
-    EXPECT_EQ (line.getJustificationType(), juce::Justification (juce::Justification::centred));
-    EXPECT_EQ (line.getText(), "Kelto Veltrano 1.0.0f48");
-    EXPECT_EQ (line.getName(), "Kelto Veltrano 1.0.0f48");
-    EXPECT_EQ (line.getTooltip(), "Displays the current Kelto Veltrano Control Panel version information");
-    EXPECT_FALSE (line.isEditableOnSingleClick());
-    EXPECT_FALSE (line.isEditableOnDoubleClick());
-}
-
 TEST (label, element_attributes_override_the_creators_defaults)
 {
     auto info = element ("<info x=\"26\" y=\"22\" w=\"153\" h=\"9\" size=\"20\" text=\"From the skin\"/>");

@@ -91,24 +91,13 @@ namespace
     };
 }
 
-TEST (style, takes_the_skin_colours)
-{
-    style look (*skin_style());
-    EXPECT_EQ (look.findColour (juce::Label::textColourId).getARGB(), 0xFF3A3E43u);
-    EXPECT_EQ (look.findColour (juce::TabbedComponent::backgroundColourId).getARGB(), 0xFF3A3E43u);
-    EXPECT_EQ (look.findColour (juce::ResizableWindow::backgroundColourId).getARGB(), 0xFF3A3E43u);
-    EXPECT_EQ (look.findColour (juce::TooltipWindow::textColourId).getARGB(), 0xFF3A3E43u);
-    EXPECT_EQ (look.findColour (juce::TooltipWindow::backgroundColourId).getARGB(), 0xFFE5F6FBu);
-    EXPECT_EQ (look.getPopupMenuFont().getHeight(), 12.0f);
-    EXPECT_EQ (look.getTabButtonSpaceAroundImage(), 9);
-}
-
 TEST (style, colour_rows_need_tag_and_id_to_match_exactly)
 {
     style look (*element ("<style>"
                           "<Label id=\"background\" argb=\"4278190335\"/>"          // not a row of the table
                           "<label id=\"text\" argb=\"4278190335\"/>"                // tag in the wrong case
                           "<TooltipWindow id=\"text\"/>"                            // no argb: transparent black
+                          "<TooltipWindow id=\"background\" argb=\"2\"/>"
                           "<TabbedComponent id=\"background\" argb=\"16711680\"/>"  // alpha 0 stays 0
                           "<ResizableWindow id=\"background\" argb=\"1\"/>"
                           "<ResizableWindow id=\"background\" argb=\"4294967295\"/>" // the later row wins
@@ -117,6 +106,7 @@ TEST (style, colour_rows_need_tag_and_id_to_match_exactly)
     EXPECT_EQ (look.findColour (juce::Label::textColourId), plain.findColour (juce::Label::textColourId));
     EXPECT_EQ (look.findColour (juce::Label::backgroundColourId), plain.findColour (juce::Label::backgroundColourId));
     EXPECT_EQ (look.findColour (juce::TooltipWindow::textColourId).getARGB(), 0u);
+    EXPECT_EQ (look.findColour (juce::TooltipWindow::backgroundColourId).getARGB(), 2u);
     EXPECT_EQ (look.findColour (juce::TabbedComponent::backgroundColourId).getARGB(), 0x00FF0000u);
     EXPECT_EQ (look.findColour (juce::ResizableWindow::backgroundColourId).getARGB(), 0xFFFFFFFFu);
 }
@@ -124,6 +114,7 @@ TEST (style, colour_rows_need_tag_and_id_to_match_exactly)
 TEST (style, popup_font_size_reads_leading_digits_and_defaults_to_10)
 {
     EXPECT_EQ (style (*element ("<style/>")).getPopupMenuFont().getHeight(), 10.0f);
+    EXPECT_EQ (style (*element ("<style/>")).getTabButtonSpaceAroundImage(), 9);
     EXPECT_EQ (style (*element ("<style size=\"14pt\"/>")).getPopupMenuFont().getHeight(), 14.0f);
     // No digits reads as 0, which JUCE's font clamps to its smallest height.
     EXPECT_LT (style (*element ("<style size=\"big\"/>")).getPopupMenuFont().getHeight(), 1.0f);
@@ -253,27 +244,18 @@ TEST (style, pictures_are_drawn_as_they_are_at_scale_1_and_from_their_2x_render_
     control.setLookAndFeel (nullptr);
 }
 
-TEST (style, device_tabs_show_the_tab_image_and_about_keeps_the_default_look)
+TEST (style, device_tabs_ignore_hover_and_only_the_translated_about_keeps_the_default_look)
 {
     style look (*skin_style());
     tab_bar tabs (look);
-
-    EXPECT_TRUE (tabs.shows_picture (look, 0));
-    // Hover and press change nothing on a device tab.
     const auto normal = tabs.draw (look, 0);
     EXPECT_TRUE (drawn_alone_at (tabs.draw (look, 0, true, false), normal, 0, 0));
     EXPECT_TRUE (drawn_alone_at (tabs.draw (look, 0, true, true), normal, 0, 0));
-
     EXPECT_TRUE (tabs.shows_default (look, 1));
     EXPECT_TRUE (tabs.shows_picture (look, 2));
-}
 
-TEST (style, the_about_rule_follows_the_translation)
-{
-    style look (*skin_style());
-    tab_bar tabs (look);
+    // In German "Über" is the About tab, and a tab still titled "About" is an ordinary one.
     scoped_translation german (translation_tables::german());
-    // Now "Über" is the About tab, and a tab still titled "About" is an ordinary one.
     EXPECT_TRUE (tabs.shows_picture (look, 1));
     EXPECT_TRUE (tabs.shows_default (look, 2));
 }
