@@ -63,26 +63,13 @@ TEST (skin_images, the_document_uses_every_table_row_and_each_decodes_with_its_2
 
 namespace
 {
-    juce::MemoryBlock small_red_picture (juce::ImageFileFormat&& format)
+    juce::MemoryBlock small_red_picture (juce::ImageFileFormat&& format, int width = 3)
     {
-        juce::Image red (juce::Image::ARGB, 3, 2, true);
+        juce::Image red (juce::Image::ARGB, width, 2, true);
         red.clear (red.getBounds(), juce::Colours::red);
         juce::MemoryOutputStream bytes;
         format.writeImageToStream (red, bytes);
         return bytes.getMemoryBlock();
-    }
-
-    // PNG's chunk checksum, so that a doctored header still passes as well-formed.
-    juce::uint32 crc32 (const unsigned char* data, size_t size)
-    {
-        juce::uint32 crc = 0xffffffffu;
-        for (size_t i = 0; i < size; ++i)
-        {
-            crc ^= data[i];
-            for (int bit = 0; bit < 8; ++bit)
-                crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
-        }
-        return crc ^ 0xffffffffu;
     }
 
     juce::Image beside_program (const juce::MemoryBlock& bytes, const juce::String& name = "custom_picture.png")
@@ -121,16 +108,10 @@ TEST (skin_images, a_png_beside_the_program_wins)
 #endif
 }
 
-TEST (skin_images, anything_but_a_png_beside_the_program_gives_a_null_image)
+TEST (skin_images, anything_but_a_sound_png_beside_the_program_gives_a_null_image)
 {
     EXPECT_TRUE (beside_program (juce::MemoryBlock()).isNull());
-    EXPECT_TRUE (beside_program (juce::MemoryBlock ("this is not a picture", 21)).isNull());
     EXPECT_TRUE (beside_program (small_red_picture (juce::JPEGImageFormat())).isNull());
-    EXPECT_TRUE (beside_program (juce::MemoryBlock ("GIF89a\x03\x00\x02\x00\x00\x00\x00;", 14)).isNull());
-}
-
-TEST (skin_images, a_damaged_png_beside_the_program_gives_a_null_image)
-{
     const auto png = small_red_picture (juce::PNGImageFormat());
     EXPECT_TRUE (beside_program (juce::MemoryBlock (png.getData(), png.getSize() / 2)).isNull());
 
@@ -140,16 +121,9 @@ TEST (skin_images, a_damaged_png_beside_the_program_gives_a_null_image)
         scrambled[i] = (char) (scrambled[i] ^ 0x5a);
     EXPECT_TRUE (beside_program (scrambled).isNull());
 
-    // A well-formed header that claims 100000 x 100000 pixels: 40 GB, never to be allocated.
-    juce::MemoryBlock huge (png);
-    auto* bytes = static_cast<unsigned char*> (huge.getData());
-    const unsigned char side[] = { 0x00, 0x01, 0x86, 0xa0 };
-    std::copy (std::begin (side), std::end (side), bytes + 16);     // IHDR width
-    std::copy (std::begin (side), std::end (side), bytes + 20);     // IHDR height
-    const auto crc = crc32 (bytes + 12, 17);                          // over type and data
-    for (int i = 0; i < 4; ++i)
-        bytes[29 + i] = (unsigned char) (crc >> (24 - 8 * i));
-    EXPECT_TRUE (beside_program (huge).isNull());
+    // Wider than 16384 pixels is refused, however well formed: a header may claim 40 GB.
+    EXPECT_EQ (beside_program (small_red_picture (juce::PNGImageFormat(), 16384)).getWidth(), 16384);
+    EXPECT_TRUE (beside_program (small_red_picture (juce::PNGImageFormat(), 16385)).isNull());
 }
 
 namespace

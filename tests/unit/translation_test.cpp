@@ -6,10 +6,10 @@
 #include "skin/translation_tables.h"
 #include "tests/support/file_beside_program.h"
 
+#include <array>
 #include <cstdlib>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace
 {
@@ -134,34 +134,25 @@ TEST (user_language, is_the_iso_code_of_a_locale_name)
 #if ! defined(_WIN32)
 TEST (user_language, is_taken_from_lc_all_then_lc_messages_then_lang)
 {
-    struct variables
-    {
-        const char* all;
-        const char* messages;
-        const char* lang;
-        const char* language;
+    const char* const names[] = { "LC_ALL", "LC_MESSAGES", "LANG" };
+    // The three variables, then the language they give; empty counts as unset.
+    const std::array<const char*, 4> cases[] = {
+        { "de_DE.UTF-8", "fr_FR.UTF-8", "es_ES.UTF-8", "de" }, { nullptr, "fr_FR.UTF-8", "es_ES.UTF-8", "fr" },
+        { "", "", "es_ES.UTF-8", "es" }, { nullptr, nullptr, "C.UTF-8", "en" }, { nullptr, nullptr, nullptr, "en" },
     };
-    const variables cases[] = {
-        { "de_DE.UTF-8", "fr_FR.UTF-8", "es_ES.UTF-8", "de" },
-        { nullptr, "fr_FR.UTF-8", "es_ES.UTF-8", "fr" },
-        { "", "", "es_ES.UTF-8", "es" },   // empty counts as unset
-        { nullptr, nullptr, "C.UTF-8", "en" },
-        { nullptr, nullptr, nullptr, "en" },
-    };
-    const char* names[] = { "LC_ALL", "LC_MESSAGES", "LANG" };
-    std::vector<std::optional<std::string>> saved;
-    for (auto* name : names)
-        saved.push_back (std::getenv (name) != nullptr ? std::optional<std::string> (std::getenv (name)) : std::nullopt);
     const auto set = [] (const char* name, const char* value) { value != nullptr ? ::setenv (name, value, 1) : ::unsetenv (name); };
+    std::optional<std::string> saved[3];
+    for (int i = 0; i < 3; ++i)
+        if (const char* value = std::getenv (names[i]))
+            saved[i] = value;
 
     for (auto& c : cases)
     {
-        set ("LC_ALL", c.all);
-        set ("LC_MESSAGES", c.messages);
-        set ("LANG", c.lang);
-        EXPECT_EQ (user_language(), c.language) << (c.all ? c.all : "-") << " " << (c.messages ? c.messages : "-");
+        for (int i = 0; i < 3; ++i)
+            set (names[i], c[(std::size_t) i]);
+        EXPECT_EQ (user_language(), c[3]) << (c[0] ? c[0] : "-") << " " << (c[1] ? c[1] : "-");
     }
-    for (std::size_t i = 0; i < saved.size(); ++i)
+    for (int i = 0; i < 3; ++i)
         set (names[i], saved[i] ? saved[i]->c_str() : nullptr);
 }
 #endif
