@@ -8,6 +8,8 @@
 #include "tests/support/test_interface.h"
 #include "ui/about.h"
 #include "ui/accessibility.h"
+#include "ui/focus_ring.h"
+#include "ui/page_access.h"
 #include "ui/view.h"
 
 #include <gtest/gtest.h>
@@ -144,4 +146,25 @@ TEST_F (accessible_page, about_page_offers_its_update_button_named_by_its_toolti
     const auto focusable = juce::KeyboardFocusTraverser().getAllComponents (&page);
     ASSERT_EQ (focusable.size(), 1u);
     EXPECT_EQ (focusable[0]->getTitle(), "Check available software updates.");
+}
+
+TEST (reading_order, a_middle_on_the_bottom_edge_starts_the_next_row)
+{
+    juce::Component top, lower, level;
+    top.setBounds (20, 0, 10, 10);   // bottom 10
+    lower.setBounds (0, 5, 10, 10);  // middle 10: next row
+    level.setBounds (40, 4, 10, 10); // middle 9: same row
+    EXPECT_EQ (reading_order ({ &lower, &level, &top }), (std::vector<juce::Component*> { &top, &level, &lower }));
+}
+
+TEST (focus_ring, lets_the_mouse_reach_the_control_it_surrounds)
+{
+    juce::Component page, control;
+    page.setBounds (0, 0, 100, 100);
+    page.setVisible (true);
+    control.setBounds (10, 10, 20, 20);
+    page.addAndMakeVisible (control);
+    focus_ring ring (control);
+    ASSERT_EQ (ring.getParentComponent(), &page);
+    EXPECT_EQ (page.getComponentAt (20, 20), &control);
 }
