@@ -14,20 +14,17 @@
 // A socket bound at `path`, listening unless told not to (what a killed host leaves).
 int bound_socket (const std::string& path, bool listening = true);
 
-// A host played by the test, on a thread of its own: it listens at NAME in the bus
-// folder, greets every client and answers its requests from the shared device
-// model, each reply passed through `script` (which may hold it back or spoil it).
-// It ends when a client that asked something leaves: make it before the driver.
+// A host played by the test on a thread of its own: it listens at NAME in the bus
+// folder and answers from the shared device model, each reply passed through `script`
+// (which may hold it back or spoil it). Request numbers count from 0; opening takes
+// three. It ends when a client that asked something leaves: make it before the driver.
 class scripted_host
 {
 public:
-    // Request numbers count from 0 over the host's life; opening takes three.
     using script_type = std::function<std::vector<std::uint8_t> (int request, std::vector<std::uint8_t> reply)>;
 
     scripted_host (const temporary_bus& bus, const std::string& name, script_type script);
     ~scripted_host();
-    scripted_host (const scripted_host&) = delete;
-    scripted_host& operator= (const scripted_host&) = delete;
 
     // Waits until a client that sent requests has hung up; false when none has after `ms`.
     bool client_left (int ms) const;

@@ -68,9 +68,7 @@ std::vector<int> test_interface::block() const { return { held->model.block, hel
 struct test_interface::parts
 {
     parts (const std::vector<int>& block, const std::string& firmware)
-        : plugged (bus, "a", { block_option (block)[0], block_option (block)[1], "--firmware", firmware })
-    {
-    }
+        : plugged (bus, "a", { block_option (block)[0], block_option (block)[1], "--firmware", firmware }) {}
 
     temporary_bus bus;
     virtual_interface plugged;

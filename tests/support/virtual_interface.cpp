@@ -2,17 +2,14 @@
 
 #include "virtual_interface.h"
 
-#include <juce_events/juce_events.h>
-
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
-#include <fcntl.h>
 #include <spawn.h>
+#include <stdexcept>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -32,51 +29,43 @@ std::string read_file (const std::string& path)
     return text.str();
 }
 
-bool is_socket (const std::string& path)
+std::string temporary_folder (const char* prefix)
 {
-    struct stat info {};
-    return ::lstat (path.c_str(), &info) == 0 && S_ISSOCK (info.st_mode);
+    std::string pattern = std::string ("/tmp/veltrano-") + prefix + "-XXXXXX";
+    if (::mkdtemp (pattern.data()) == nullptr)
+        throw std::runtime_error ("mkdtemp failed");
+    return pattern;
+}
+
+void remove_folder (const std::string& path)
+{
+    [[maybe_unused]] const int ignored = std::system (("rm -rf '" + path + "'").c_str());
 }
 } // namespace
 
-temporary_bus::temporary_bus()
+temporary_bus::temporary_bus() : path (temporary_folder ("test"))
 {
-    char pattern[] = "/tmp/veltrano-test-XXXXXX";
-    if (::mkdtemp (pattern) == nullptr)
-        throw std::runtime_error ("mkdtemp failed");
-    path = pattern;
     if (const char* old = std::getenv ("KELTO_VIRTUAL_BUS"))
-    {
         previous = old;
-        had_previous = true;
-    }
     ::setenv ("KELTO_VIRTUAL_BUS", path.c_str(), 1);
 }
 
 temporary_bus::~temporary_bus()
 {
-    if (had_previous)
-        ::setenv ("KELTO_VIRTUAL_BUS", previous.c_str(), 1);
+    if (previous)
+        ::setenv ("KELTO_VIRTUAL_BUS", previous->c_str(), 1);
     else
         ::unsetenv ("KELTO_VIRTUAL_BUS");
-    const std::string command = "rm -rf '" + path + "'";
-    [[maybe_unused]] const int ignored = std::system (command.c_str());
+    remove_folder (path);
 }
-
-std::string virtual_interface::program() { return VELTRANO_VIRTUAL_PROGRAM; }
 
 virtual_interface::virtual_interface (const std::string& folder, const std::string& name, std::vector<std::string> options,
                                       bool wait_until_plugged)
-    : socket_path (folder + "/" + name)
+    : socket_path (folder + "/" + name), work_folder (temporary_folder ("host"))
 {
-    char pattern[] = "/tmp/veltrano-host-XXXXXX";
-    if (::mkdtemp (pattern) == nullptr)
-        throw std::runtime_error ("mkdtemp failed");
-    work_folder = pattern;
     state_path = work_folder + "/state";
     output_path = work_folder + "/output";
-
-    std::vector<std::string> args { program(), "--bus", folder, "--name", name, "--state-file", state_path };
+    std::vector<std::string> args { VELTRANO_VIRTUAL_PROGRAM, "--bus", folder, "--name", name, "--state-file", state_path };
     args.insert (args.end(), options.begin(), options.end());
     std::vector<char*> argv;
     for (auto& a : args)
@@ -90,10 +79,11 @@ virtual_interface::virtual_interface (const std::string& folder, const std::stri
     const int spawned = ::posix_spawn (&pid, argv[0], &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy (&actions);
     if (spawned != 0)
-        throw std::runtime_error ("cannot start " + program());
+        throw std::runtime_error ("cannot start veltrano-virtual");
 
     const auto deadline = clock::now() + std::chrono::seconds (5);
-    while (wait_until_plugged && ! is_socket (socket_path))
+    struct stat info {};
+    while (wait_until_plugged && ! (::lstat (socket_path.c_str(), &info) == 0 && S_ISSOCK (info.st_mode)))
     {
         if (! running() || clock::now() > deadline)
         {
@@ -107,22 +97,18 @@ virtual_interface::virtual_interface (const std::string& folder, const std::stri
 virtual_interface::~virtual_interface()
 {
     unplug();
-    const std::string command = "rm -rf '" + work_folder + "'";
-    [[maybe_unused]] const int ignored = std::system (command.c_str());
+    remove_folder (work_folder);
 }
 
 bool virtual_interface::running()
 {
-    if (pid <= 0)
-        return false;
     int s = 0;
-    if (::waitpid (pid, &s, WNOHANG) == pid)
+    if (pid > 0 && ::waitpid (pid, &s, WNOHANG) == pid)
     {
         status = WIFEXITED (s) ? WEXITSTATUS (s) : -1;
         pid = -1;
-        return false;
     }
-    return true;
+    return pid > 0;
 }
 
 int virtual_interface::wait_for_exit (int ms)
@@ -139,35 +125,28 @@ int virtual_interface::wait_for_exit (int ms)
 
 int virtual_interface::unplug (int signal)
 {
-    if (! running())
-        return status;
-    ::kill (pid, signal);
+    if (running())
+        ::kill (pid, signal);
     if (wait_for_exit (5000) == -1 && running())
     {
         ::kill (pid, SIGKILL);
         ::waitpid (pid, nullptr, 0);
         pid = -1;
-        status = -1;
     }
     return status;
 }
 
 std::vector<int> virtual_interface::block() const
 {
-    std::istringstream lines (state());
-    for (std::string line; std::getline (lines, line);)
-        if (line.rfind ("block ", 0) == 0)
-        {
-            std::istringstream values (line.substr (6));
-            std::vector<int> bytes;
-            for (int v; values >> v;)
-                bytes.push_back (v);
-            return bytes;
-        }
-    return {};
+    const auto text = read_file (state_path);
+    const auto at = text.find ("\nblock ");
+    std::istringstream values (at == std::string::npos ? "" : text.substr (at + 7, text.find ('\n', at + 1) - at - 7));
+    std::vector<int> bytes;
+    for (int v; values >> v;)
+        bytes.push_back (v);
+    return bytes;
 }
 
-std::string virtual_interface::state() const { return read_file (state_path); }
 std::string virtual_interface::output() const { return read_file (output_path); }
 
 std::vector<std::string> block_option (const std::vector<int>& block)

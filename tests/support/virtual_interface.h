@@ -7,7 +7,7 @@
 
 #if ! defined(_WIN32)
 
-#include <functional>
+#include <optional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -17,7 +17,6 @@ class temporary_bus
 public:
     temporary_bus();  // a fresh 0700 folder, made the bus for this process
     ~temporary_bus(); // removes it and restores the previous bus setting
-
     temporary_bus (const temporary_bus&) = delete;
     temporary_bus& operator= (const temporary_bus&) = delete;
 
@@ -26,16 +25,14 @@ public:
 
 private:
     std::string path;
-    std::string previous;
-    bool had_previous = false;
+    std::optional<std::string> previous;
 };
 
 class virtual_interface
 {
 public:
-    // Starts veltrano-virtual --name NAME --state-file ... plus `options` and, unless
-    // told not to, waits until it is plugged in. Throws std::runtime_error when it
-    // does not come up.
+    // Starts veltrano-virtual --name NAME plus `options` and, unless told not to, waits
+    // until it is plugged in. Throws std::runtime_error when it does not come up.
     virtual_interface (const temporary_bus& bus, const std::string& name, std::vector<std::string> options = {},
                        bool wait_until_plugged = true)
         : virtual_interface (bus.folder(), name, std::move (options), wait_until_plugged)
@@ -44,12 +41,10 @@ public:
     virtual_interface (const std::string& folder, const std::string& name, std::vector<std::string> options = {},
                        bool wait_until_plugged = true);
     ~virtual_interface(); // unplugs it if it still runs
-
     virtual_interface (const virtual_interface&) = delete;
     virtual_interface& operator= (const virtual_interface&) = delete;
 
-    // Sends `signal`, then waits for the exit; returns the exit status (-1 when it had
-    // to be killed).
+    // Sends `signal` and returns the exit status (-1 when it had to be killed).
     int unplug (int signal = 15 /* SIGTERM */);
     // Waits for an exit the interface makes by itself; -1 when it still runs after `ms`.
     int wait_for_exit (int ms);
@@ -57,10 +52,7 @@ public:
 
     const std::string& path() const { return socket_path; }
     std::vector<int> block() const; // from the state file
-    std::string state() const;      // the whole state file
     std::string output() const;     // what it printed so far
-
-    static std::string program(); // the veltrano-virtual binary
 
 private:
     std::string socket_path, state_path, output_path, work_folder;
@@ -70,6 +62,5 @@ private:
 
 // The options that start an interface with `block` as its parameter block.
 std::vector<std::string> block_option (const std::vector<int>& block);
-
 
 #endif

@@ -24,11 +24,11 @@ protected:
 };
 
 using exact_driver = recorded_driver<exact_result>;
-using folded_driver = recorded_driver<folded_result>;
+using strings = std::vector<std::string>;
 
-std::vector<std::string> events_only (const std::vector<std::string>& log)
+strings events_only (const strings& log)
 {
-    std::vector<std::string> events;
+    strings events;
     for (auto& line : log)
         if (line.rfind ("on_", 0) == 0 || line.rfind ("destroyed", 0) == 0)
             events.push_back (line);
@@ -36,99 +36,64 @@ std::vector<std::string> events_only (const std::vector<std::string>& log)
 }
 } // namespace
 
-TEST_F (qv_driver, present_interfaces_are_listed_silently_in_order)
+TEST_F (qv_driver, present_interfaces_are_listed_silently_an_arrival_is_appended_once_and_all_go_from_the_back)
 {
     plug ("/bus/b");
     plug ("/bus/a");
-    exact_driver driver;
-
-    EXPECT_EQ (paths_of (driver), (std::vector<std::string> { "/bus/b", "/bus/a" }));
-    const auto log = sys.take_log();
+    auto owned = std::make_unique<exact_driver>();
+    auto& driver = *owned;
+    auto log = sys.take_log();
     // The deriving class is not built yet, so only the devices hear of it.
-    EXPECT_EQ (events_only (log), (std::vector<std::string> { "on_attach /bus/b", "on_attach /bus/a" }));
-    EXPECT_EQ (std::vector<std::string> (log.begin(), log.begin() + 3),
-               (std::vector<std::string> { "window", "list /bus/b", "open /bus/b" }));
-}
+    EXPECT_EQ (events_only (log), (strings { "on_attach /bus/b", "on_attach /bus/a" }));
+    EXPECT_EQ (strings (log.begin(), log.begin() + 3), (strings { "window", "list /bus/b", "open /bus/b" }));
 
-TEST_F (qv_driver, no_interface_gives_an_empty_list)
-{
-    exact_driver driver;
-    EXPECT_TRUE (driver.empty());
-}
-
-TEST_F (qv_driver, an_arrival_is_announced_once_and_appended)
-{
-    plug ("/bus/a");
-    plug ("/bus/b");
-    exact_driver driver;
     plug ("/bus/c", false);
-    sys.take_log();
-
     EXPECT_TRUE (sys.arrive ("/bus/c"));
     EXPECT_TRUE (sys.arrive ("/bus/c"));
     EXPECT_TRUE (sys.arrive ("/bus/a"));
+    EXPECT_EQ (paths_of (driver), (strings { "/bus/b", "/bus/a", "/bus/c" }));
+    EXPECT_EQ (events_only (sys.take_log()), (strings { "on_arrival /bus/c", "on_attach /bus/c" }));
 
-    EXPECT_EQ (paths_of (driver), (std::vector<std::string> { "/bus/a", "/bus/b", "/bus/c" }));
-    EXPECT_EQ (events_only (sys.take_log()), (std::vector<std::string> { "on_arrival /bus/c", "on_attach /bus/c" }));
+    // The window and its registrations go first, then the devices, and no request is sent.
+    owned.reset();
+    EXPECT_EQ (sys.take_log(), (strings { "~window", "destroyed /bus/c", "unwatch 1102", "close 102", "destroyed /bus/a",
+                                          "unwatch 1101", "close 101", "destroyed /bus/b", "unwatch 1100", "close 100" }));
+    EXPECT_FALSE (sys.arrive ("/bus/d")) << "no event reaches a destroyed driver";
 }
 
 TEST_F (qv_driver, identities_differing_in_case_are_one_on_a_folding_port)
 {
     plug ("\\\\?\\usb#vid_1234");
-    folded_driver driver;
-    EXPECT_EQ (paths_of (driver), (std::vector<std::string> { "\\\\?\\usb#vid_1234" }));
+    recorded_driver<folded_result> driver;
     plug ("\\\\?\\usb#vid_5678", false);
     sys.take_log();
 
     sys.arrive ("\\\\?\\USB#VID_1234");
-    EXPECT_EQ (driver.size(), 1u);
     EXPECT_TRUE (sys.take_log().empty()) << "nothing is opened for a listed identity";
-
     sys.arrive ("\\\\?\\USB#Vid_5678");
-    EXPECT_EQ (paths_of (driver), (std::vector<std::string> { "\\\\?\\usb#vid_1234", "\\\\?\\usb#vid_5678" }));
+    EXPECT_EQ (paths_of (driver), (strings { "\\\\?\\usb#vid_1234", "\\\\?\\usb#vid_5678" }));
 }
 
-TEST_F (qv_driver, identities_differing_in_case_are_two_on_an_exact_port)
-{
-    plug ("/bus/Veltrano");
-    plug ("/bus/veltrano", false);
-    exact_driver driver;
-
-    sys.arrive ("/bus/veltrano");
-    EXPECT_EQ (paths_of (driver), (std::vector<std::string> { "/bus/Veltrano", "/bus/veltrano" }));
-}
-
-TEST_F (qv_driver, removal_detaches_announces_then_erases)
+TEST_F (qv_driver, removal_detaches_announces_then_erases_and_a_device_held_elsewhere_outlives_it)
 {
     plug ("/bus/a");
     plug ("/bus/b");
     exact_driver driver;
-    const int handle_a = driver[0]->handle;
+    qv::reference<recorded_device<exact_result>> held = driver.back();
+    const int handle_b = held->handle;
     sys.take_log();
 
-    sys.hang_up (handle_a);
-    EXPECT_EQ (events_only (sys.take_log()),
-               (std::vector<std::string> { "on_detach /bus/a", "on_removal /bus/a", "destroyed /bus/a" }));
-    EXPECT_EQ (paths_of (driver), (std::vector<std::string> { "/bus/b" }));
+    sys.hang_up (handle_b);
+    EXPECT_EQ (events_only (sys.take_log()), (strings { "on_detach /bus/b", "on_removal /bus/b" }));
+    EXPECT_EQ (paths_of (driver), (strings { "/bus/a" }));
+    EXPECT_TRUE (held->removed);
+    held = nullptr;
+    EXPECT_EQ (sys.take_log(), (strings { "destroyed /bus/b", "unwatch 1101", "close 101" }));
 
-    sys.hang_up (handle_a);
+    sys.hang_up (handle_b);
     sys.hang_up (12345);
     EXPECT_TRUE (sys.take_log().empty());
     EXPECT_EQ (driver.size(), 1u);
-}
-
-TEST_F (qv_driver, a_device_held_elsewhere_outlives_its_removal)
-{
-    plug ("/bus/a");
-    exact_driver driver;
-    qv::reference<recorded_device<exact_result>> held = driver.front();
-    sys.hang_up (held->handle);
-
-    EXPECT_TRUE (driver.empty());
-    EXPECT_TRUE (held->removed);
-    EXPECT_EQ (sys.open_handles.size(), 1u);
-    held = nullptr;
-    EXPECT_TRUE (sys.open_handles.empty());
 }
 
 TEST_F (qv_driver, a_failing_arrival_leaves_the_list_unchanged)
@@ -143,7 +108,7 @@ TEST_F (qv_driver, a_failing_arrival_leaves_the_list_unchanged)
 
     EXPECT_FALSE (sys.arrive ("/bus/busy"));
     EXPECT_FALSE (sys.arrive ("/bus/mute"));
-    EXPECT_EQ (paths_of (driver), (std::vector<std::string> { "/bus/a" }));
+    EXPECT_EQ (paths_of (driver), (strings { "/bus/a" }));
     EXPECT_TRUE (events_only (sys.take_log()).empty());
     EXPECT_EQ (sys.open_handles.size(), 1u);
 }
@@ -158,24 +123,8 @@ TEST_F (qv_driver, one_present_interface_failing_aborts_construction_and_closes_
 
     // Each interface is opened before the next is listed; the listing stops at the failure.
     EXPECT_EQ (thrown_code<exact_result> ([] { exact_driver driver; }), 5);
-    EXPECT_EQ (sys.take_log(), (std::vector<std::string> { "window", "list /bus/a", "open /bus/a", "watch 100",
-                                                           "control 100", "control 100", "control 100",
-                                                           "on_attach /bus/a", "list /bus/b", "open /bus/b", "~window",
-                                                           "destroyed /bus/a", "unwatch 1100", "close 100" }));
+    EXPECT_EQ (sys.take_log(), (strings { "window", "list /bus/a", "open /bus/a", "watch 100", "control 100", "control 100",
+                                          "control 100", "on_attach /bus/a", "list /bus/b", "open /bus/b", "~window",
+                                          "destroyed /bus/a", "unwatch 1100", "close 100" }));
     EXPECT_TRUE (sys.open_handles.empty());
-}
-
-TEST_F (qv_driver, destruction_releases_the_window_then_the_devices_from_the_back)
-{
-    plug ("/bus/a");
-    plug ("/bus/b");
-    plug ("/bus/c");
-    {
-        exact_driver driver;
-        sys.take_log();
-    }
-    EXPECT_EQ (sys.take_log(),
-               (std::vector<std::string> { "~window", "destroyed /bus/c", "unwatch 1102", "close 102", "destroyed /bus/b",
-                                           "unwatch 1101", "close 101", "destroyed /bus/a", "unwatch 1100", "close 100" }));
-    EXPECT_FALSE (sys.arrive ("/bus/d")) << "no event reaches a destroyed driver";
 }

@@ -18,12 +18,8 @@
 #include <string>
 #include <vector>
 
-enum exact_result : std::uint32_t
-{
-};
-enum folded_result : std::uint32_t
-{
-};
+enum exact_result : std::uint32_t {};
+enum folded_result : std::uint32_t {};
 
 // Answers as the hardware does, malformed requests included: the shared device model.
 struct pretend_interface
@@ -37,7 +33,6 @@ struct pretend_interface
 
 struct recorded_request
 {
-    int handle;
     std::uint32_t code;
     std::vector<std::uint8_t> in;
     std::uint32_t out_size;
@@ -53,11 +48,7 @@ struct pretend_system
     int next_handle = 100;
     qv::hotplug<int> events;
 
-    static pretend_system& get()
-    {
-        static pretend_system system;
-        return system;
-    }
+    static pretend_system& get() { static pretend_system system; return system; }
 
     void reset() { *this = pretend_system(); }
 
@@ -81,11 +72,7 @@ struct recording_port
     {
     public:
         window() { sys().log.push_back ("window"); }
-        ~window()
-        {
-            sys().events = {};
-            sys().log.push_back ("~window");
-        }
+        ~window() { sys().events = {}; sys().log.push_back ("~window"); }
         void attach (const qv::hotplug<int>& events) { sys().events = events; }
         void enumerate (const std::function<void (std::string)>& each)
         {
@@ -120,10 +107,7 @@ struct recording_port
         return handle + 1000;
     }
 
-    static void unwatch (notification_type notification)
-    {
-        sys().log.push_back ("unwatch " + std::to_string (notification));
-    }
+    static void unwatch (notification_type notification) { sys().log.push_back ("unwatch " + std::to_string (notification)); }
 
     static void close (handle_type handle)
     {
@@ -135,7 +119,7 @@ struct recording_port
                          void* out, std::uint32_t out_size)
     {
         const auto* bytes = static_cast<const std::uint8_t*> (in);
-        sys().requests.push_back ({ handle, code, std::vector<std::uint8_t> (bytes, bytes + in_size), out_size });
+        sys().requests.push_back ({ code, std::vector<std::uint8_t> (bytes, bytes + in_size), out_size });
         sys().log.push_back ("control " + std::to_string (handle));
 
         // The system's codes for a stalled request and for an interface that is gone.
@@ -152,17 +136,10 @@ struct recording_port
     }
 };
 
-namespace qv
-{
 template <>
-struct port<exact_result> : recording_port<exact_result, false>
-{
-};
+struct qv::port<exact_result> : recording_port<exact_result, false> {};
 template <>
-struct port<folded_result> : recording_port<folded_result, true>
-{
-};
-} // namespace qv
+struct qv::port<folded_result> : recording_port<folded_result, true> {};
 
 // A device that records the events it receives and its destruction.
 template <class R>
@@ -172,11 +149,7 @@ public:
     using qv::veltrano<R>::veltrano;
     ~recorded_device() override { pretend_system::get().log.push_back ("destroyed " + name()); }
     void on_attach() override { pretend_system::get().log.push_back ("on_attach " + name()); }
-    void on_detach() override
-    {
-        qv::veltrano<R>::on_detach();
-        pretend_system::get().log.push_back ("on_detach " + name());
-    }
+    void on_detach() override { qv::veltrano<R>::on_detach(); pretend_system::get().log.push_back ("on_detach " + name()); }
     std::string name() const { return static_cast<const std::string&> (*this); }
 };
 
