@@ -29,8 +29,6 @@ tab_count() { tab_centres | wc -l; }
 tabs_are() { [ "$(tab_count)" = "$1" ]; }
 wait_tabs() { eventually 5 tabs_are "$1"; }   # wait_tabs N: N tabs within 5 s
 select_tab() { xdotool mousemove --window "$window" "$(tab_centres | sed -n "$1p")" 34 click 1; }
-# region X Y W H: a picture of part of the page, as its checksum.
-region() { snap "$scratch/r.png"; convert "$scratch/r.png" -crop "$3x$4+$1+$(( $2 + 49 ))" +repage rgb:- | md5sum; }
 page_picture() { snap "$scratch/p.png"; convert "$scratch/p.png" -crop "+0+49" +repage rgb:- | md5sum; }
 # shows IMAGE: the shown page, below the tab bar, is that picture on the window's background
 # (within 3 s).
@@ -103,12 +101,8 @@ check "Ctrl+PageUp twice goes back to the first tab" shows expert.png
 keys Tab Return   # the focus came with the tab to its first control, the update button
 check "whose mode button is next" wait_size 475x231
 
-read -r x y <<<"${easy_switch[12]}"
-before=$(region $((x - 15)) $((y - 12)) 30 24)
-page_click "$x" "$y"
+page_click ${easy_switch[12]}
 check "a click on the headset switch writes 255 into byte 12" wait_byte a 12 255
-region_differs() { [ "$(region $((x - 15)) $((y - 12)) 30 24)" != "$before" ]; }
-check "and shows its new picture" eventually 3 region_differs
 check "the second interface was not touched" test "$(byte b 10)" = 0
 
 select_tab 2

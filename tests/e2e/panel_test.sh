@@ -27,17 +27,6 @@ check "window is 475 x 231: 475 x 212 of content under a 19-pixel title bar ($ge
   test "${geometry%%+*}" = "475x231"
 check "exactly one window" test "$(visible_windows "$panel_title" | wc -l)" -eq 1
 shot about-en
-# The About picture fills the page under the 19-pixel title bar and the 30-pixel tab bar:
-# compare its top strip, above the download button, with the picture itself.
-about_png=$(find "$(dirname "$program_folder")" -path '*skin/images/about.png' | head -1)
-if [ -n "$about_png" ]; then
-  convert "$out/about-en.png" -crop 475x10+0+49 +repage "$scratch/page.png"
-  convert "$about_png" -background "#3A3E43" -flatten -crop 475x10+0+0 +repage "$scratch/picture.png"
-  check "About page shows the about picture" test "$(differing_pixels "$scratch/page.png" "$scratch/picture.png")" -le 50
-else
-  check "about.png found in the build tree" false
-fi
-
 # A second start hands over and opens nothing.
 "$program" lang ger >"$scratch/second.log" 2>&1 &
 second=$!
