@@ -28,6 +28,8 @@ TEST_F (attached_window, an_arrival_is_listed_once_whatever_the_case_and_held_ex
     EXPECT_EQ (paths_of (driver), std::vector<std::string> { recased (path) });
     EXPECT_EQ (open_exclusively (path), INVALID_HANDLE_VALUE);
     EXPECT_EQ (GetLastError(), static_cast<DWORD> (ERROR_SHARING_VIOLATION));
+    // One that fails (its folder is missing) is dropped, and with it the default answer.
+    EXPECT_EQ (send_arrival (hwnd, folder.file ("missing\\interface")), 0);
 
     // A second window, of a class named apart, acts on nothing while no driver is attached.
     qv::port<os_result>::window unattached;
