@@ -19,9 +19,7 @@ LRESULT CALLBACK clicked_control (HWND hwnd, UINT message, WPARAM wparam, LPARAM
 {
     if (message == WM_LBUTTONUP)
         throw qv::os_result (device_gone);
-    if (message == WM_USER)
-        return 42;
-    return DefWindowProcW (hwnd, message, wparam, lparam);
+    return message == WM_USER ? 42 : DefWindowProcW (hwnd, message, wparam, lparam);
 }
 } // namespace
 
@@ -33,11 +31,10 @@ TEST (message_boundary, a_failure_stops_at_the_window_procedure_and_is_reported)
     };
     WNDCLASSEXW description { sizeof description };
     description.lpfnWndProc = clicked_control;
-    description.hInstance = GetModuleHandleW (nullptr);
     description.lpszClassName = L"message_boundary_test";
     ASSERT_NE (RegisterClassExW (&description), 0);
     const HWND hwnd = CreateWindowExW (0, description.lpszClassName, L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
-                                       description.hInstance, nullptr);
+                                       nullptr, nullptr);
     ASSERT_NE (hwnd, nullptr);
 
     message_boundary::guard (hwnd);
@@ -45,8 +42,6 @@ TEST (message_boundary, a_failure_stops_at_the_window_procedure_and_is_reported)
     EXPECT_EQ (SendMessageW (hwnd, WM_USER, 0, 0), 42);
     EXPECT_EQ (SendMessageW (hwnd, WM_LBUTTONUP, 0, 0), 0);
     EXPECT_EQ (reported, std::vector<std::int64_t> { device_gone });
-
-    EXPECT_TRUE (DestroyWindow (hwnd));
-    UnregisterClassW (description.lpszClassName, description.hInstance);
+    DestroyWindow (hwnd);
     message_boundary::report = saved;
 }

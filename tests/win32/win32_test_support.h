@@ -12,39 +12,30 @@
 #include <cctype>
 #include <cstddef>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace win32_test
 {
 // Device paths are compared ignoring case; the driver lists them lower-cased.
-inline std::string recased (std::string text, int (*change) (int))
+inline std::string recased (std::string text, int (*change) (int) = std::tolower)
 {
     for (auto& c : text)
         c = static_cast<char> (change (static_cast<unsigned char> (c)));
     return text;
 }
 
-inline std::string lower (const std::string& text) { return recased (text, std::tolower); }
-
 // The message-only window whose user data points into `owner` (a driver, or an object
 // that derives from one): the window that the driver's port registered.
-inline HWND notification_window_of (const void* owner, std::size_t size)
-{
-    const auto begin = reinterpret_cast<std::uintptr_t> (owner);
-    for (HWND hwnd = nullptr; (hwnd = FindWindowExA (HWND_MESSAGE, hwnd, nullptr, nullptr)) != nullptr;)
-    {
-        const auto data = static_cast<std::uintptr_t> (GetWindowLongPtrA (hwnd, GWLP_USERDATA));
-        if (data >= begin && data < begin + size)
-            return hwnd;
-    }
-    return nullptr;
-}
-
 template <class T>
 HWND notification_window_of (const T& owner)
 {
-    return notification_window_of (&owner, sizeof owner);
+    for (HWND hwnd = nullptr; (hwnd = FindWindowExA (HWND_MESSAGE, hwnd, nullptr, nullptr)) != nullptr;)
+        if (static_cast<std::uintptr_t> (GetWindowLongPtrA (hwnd, GWLP_USERDATA)) - reinterpret_cast<std::uintptr_t> (&owner)
+            < sizeof owner)
+            return hwnd;
+    return nullptr;
 }
 
 // The broadcasts that the system sends to the window, built byte for byte.
@@ -59,15 +50,6 @@ inline std::vector<char> interface_broadcast (const std::string& name)
     return bytes;
 }
 
-inline DEV_BROADCAST_HANDLE handle_broadcast (HANDLE handle)
-{
-    DEV_BROADCAST_HANDLE b {};
-    b.dbch_size = sizeof b;
-    b.dbch_devicetype = DBT_DEVTYP_HANDLE;
-    b.dbch_handle = handle;
-    return b;
-}
-
 inline LRESULT send_change (HWND hwnd, WPARAM event, const void* broadcast)
 {
     return SendMessageA (hwnd, WM_DEVICECHANGE, event, reinterpret_cast<LPARAM> (broadcast));
@@ -75,13 +57,15 @@ inline LRESULT send_change (HWND hwnd, WPARAM event, const void* broadcast)
 
 inline LRESULT send_arrival (HWND hwnd, const std::string& path)
 {
-    const auto bytes = interface_broadcast (path);
-    return send_change (hwnd, DBT_DEVICEARRIVAL, bytes.data());
+    return send_change (hwnd, DBT_DEVICEARRIVAL, interface_broadcast (path).data());
 }
 
 inline LRESULT send_handle_removal (HWND hwnd, HANDLE handle, WPARAM event = DBT_DEVICEREMOVECOMPLETE)
 {
-    const auto b = handle_broadcast (handle);
+    DEV_BROADCAST_HANDLE b {};
+    b.dbch_size = sizeof b;
+    b.dbch_devicetype = DBT_DEVTYP_HANDLE;
+    b.dbch_handle = handle;
     return send_change (hwnd, event, &b);
 }
 
@@ -91,28 +75,18 @@ class scratch_folder
 public:
     scratch_folder()
     {
-        char temp[MAX_PATH] {};
-        GetTempPathA (MAX_PATH, temp);
-        for (unsigned n = GetTickCount();; ++n)
-        {
-            path = std::string (temp) + "qv-win32-" + std::to_string (GetCurrentProcessId()) + "-" + std::to_string (n);
-            if (CreateDirectoryA (path.c_str(), nullptr))
-                break;
-        }
+        static unsigned made = 0;
+        path = (std::filesystem::temp_directory_path()
+                / ("qv-win32-" + std::to_string (GetCurrentProcessId()) + "-" + std::to_string (made++)))
+                   .string();
+        std::filesystem::remove_all (path); // left by a killed run
+        std::filesystem::create_directory (path);
     }
 
     ~scratch_folder()
     {
-        WIN32_FIND_DATAA found;
-        const HANDLE search = FindFirstFileA ((path + "\\*").c_str(), &found);
-        if (search != INVALID_HANDLE_VALUE)
-        {
-            do
-                DeleteFileA ((path + "\\" + found.cFileName).c_str());
-            while (FindNextFileA (search, &found));
-            FindClose (search);
-        }
-        RemoveDirectoryA (path.c_str());
+        std::error_code ignored;
+        std::filesystem::remove_all (path, ignored);
     }
 
     scratch_folder (const scratch_folder&) = delete;
@@ -122,8 +96,6 @@ public:
 
     std::string path;
 };
-
-inline bool exists (const std::string& path) { return GetFileAttributesA (path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
 // Opens `path` as the port does (exclusively); INVALID_HANDLE_VALUE if refused.
 inline HANDLE open_exclusively (const std::string& path)
