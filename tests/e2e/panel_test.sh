@@ -9,8 +9,6 @@ out=$(mkdir -p "$2" && realpath "$2")
 
 source "$here/x11_session.sh"
 start_session "$0" "$@"   # an empty bus: no interface is plugged in
-program_folder=$(dirname "$program")
-on_exit() { rm -f "$program_folder"/e2e_*.localization; }
 # The download button opens the default browser through xdg-open: a stand-in records the
 # address instead.
 mkdir -p "$scratch/bin"
@@ -48,22 +46,15 @@ close_panel
 check "close button ends the panel with exit code 0 ($code)" test "$code" = 0
 check "no window left" test -z "$(visible_windows "$panel_title")"
 
-# German: lang ger draws exactly what a table beside the program whose "About" is "Über"
-# draws, and differs from English in the tab bar alone.
+# German: lang ger differs from English in the tab bar alone.
 start_panel lang ger || exit 1
 shot about-ger
 close_panel
-printf 'language:Test\n"About" = "\xc3\x9c\x62\x65\x72"\n' >"$program_folder/e2e_uber.localization"
-start_panel lang e2e_uber || exit 1
-shot about-uber
-close_panel
 # Compare below the title bar: its close button's look follows the pointer and window focus.
-for picture in about-en about-ger about-uber; do
+for picture in about-en about-ger; do
   convert "$out/$picture.png" -crop 475x212+0+19 +repage "$scratch/$picture-body.png"
   convert "$out/$picture.png" -crop 475x182+0+49 +repage "$scratch/$picture-page.png"
 done
-check "lang ger draws the same window as a table with About = Über" \
-  test "$(differing_pixels "$scratch/about-ger-body.png" "$scratch/about-uber-body.png")" -eq 0
 check "lang ger differs from English" \
   test "$(differing_pixels "$scratch/about-ger-body.png" "$scratch/about-en-body.png")" -gt 0
 check "below the tab bar English and German are alike" \
