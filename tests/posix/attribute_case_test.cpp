@@ -9,20 +9,19 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 namespace
 {
-    void rename_attributes (juce::XmlElement& e, const std::function<juce::String (const juce::String&)>& rename)
+    // Upper-cases every attribute name below `e`, or with `unread` makes each one unknown.
+    void rename_attributes (juce::XmlElement& e, bool unread)
     {
         juce::StringPairArray attributes;
         for (int i = 0; i < e.getNumAttributes(); ++i)
-            attributes.set (rename (e.getAttributeName (i)), e.getAttributeValue (i));
+            attributes.set (unread ? "unread_" + e.getAttributeName (i) : e.getAttributeName (i).toUpperCase(), e.getAttributeValue (i));
         e.removeAllAttributes();
         for (auto& name : attributes.getAllKeys())
             e.setAttribute (name, attributes[name]);
         for (auto* child : e.getChildIterator())
-            rename_attributes (*child, rename);
+            rename_attributes (*child, unread);
     }
 
     juce::String picture (const juce::Image& image) { return image.isValid() ? image.getBounds().toString() : "none"; }
@@ -80,12 +79,10 @@ TEST (attribute_case, capitals_read_like_the_skins_own_names)
     qv::driver<os_result, device> list;
     auto& d = *list.front();
 
-    const auto real = parse_skin();
+    const auto expected = built_from (*parse_skin(), d);
     auto capitals = parse_skin(), none = parse_skin();
-    rename_attributes (*capitals, [] (const juce::String& name) { return name.toUpperCase(); });
-    rename_attributes (*none, [] (const juce::String& name) { return "unread_" + name; });
-
-    const auto expected = built_from (*real, d);
+    rename_attributes (*capitals, false);
+    rename_attributes (*none, true);
     EXPECT_EQ (built_from (*capitals, d), expected);
     EXPECT_NE (built_from (*none, d), expected) << "the attributes must make a difference";
 }
