@@ -24,8 +24,6 @@ namespace
             rename_attributes (*child, unread);
     }
 
-    juce::String picture (const juce::Image& image) { return image.isValid() ? image.getBounds().toString() : "none"; }
-
     // What a page shows: every component with its place, name, tooltip, pictures, text,
     // parameter and menu.
     void describe (juce::Component& c, juce::String& out)
@@ -34,13 +32,13 @@ namespace
         if (auto* tip = dynamic_cast<juce::SettableTooltipClient*> (&c))
             out << " tip:" << tip->getTooltip();
         if (auto* b = dynamic_cast<juce::ImageButton*> (&c))
-            out << " on:" << (int) b->getToggleState() << " pictures:" << picture (b->getNormalImage()) << "/"
-                << picture (b->getOverImage()) << "/" << picture (b->getDownImage());
+            for (const auto& picture : { b->getNormalImage(), b->getOverImage(), b->getDownImage() })
+                out << " picture:" << picture.getBounds().toString();
         if (auto* l = dynamic_cast<juce::Label*> (&c))
             out << " text:" << l->getText() << " " << l->getFont().getHeight() << " " << l->findColour (juce::Label::textColourId).toString();
         if (auto* control = dynamic_cast<button*> (&c))
         {
-            out << " id:" << (int) control->parameter() << " " << control->on_value() << "/" << control->off_value();
+            out << " on:" << (int) control->getToggleState() << " id:" << (int) control->parameter() << " " << control->on_value() << "/" << control->off_value();
             for (juce::PopupMenu::MenuItemIterator items (*control); items.next();)
                 out << " " << items.getItem().itemID << "=" << items.getItem().text;
         }

@@ -14,20 +14,13 @@
 
 #include <optional>
 
-namespace
-{
-    using device_list = qv::driver<os_result, device>;
-
-    void flip (view& page) { page.buttonClicked (const_cast<juce::ImageButton*> (&page.mode_button())); }
-}
-
 class panel : public ::testing::Test
 {
 protected:
     std::unique_ptr<juce::XmlElement> root = parse_skin();
     temporary_bus bus;
     std::optional<virtual_interface> vi;
-    std::optional<device_list> list;
+    std::optional<qv::driver<os_result, device>> list;
 
     device& plug (std::vector<std::string> options = {})
     {
@@ -36,6 +29,7 @@ protected:
         list.emplace();
         return *list->front();
     }
+    static void flip (view& page) { page.buttonClicked (const_cast<juce::ImageButton*> (&page.mode_button())); }
     const juce::XmlElement& device_element() { return *root->getChildByName ("device"); }
     const juce::XmlElement& control (const char* layout, const char* tag) { return *device_element().getChildByName (layout)->getChildByName (tag); }
 };
@@ -100,7 +94,7 @@ TEST_F (panel, only_clicks_that_change_something_reach_the_interface)
     EXPECT_EQ (thrown_code ([&] { gain.clicked(); }), EIO) << "a real choice does reach the interface";
 }
 
-TEST_F (panel, firmware_1_1_0_gets_the_disabled_picture_alone_and_1_1_1_the_easy_layout)
+TEST_F (panel, firmware_1_1_0_gets_the_disabled_picture_alone_and_1_1_1_the_easy_layout_which_the_mode_button_switches)
 {
     {
         view page (device_element(), plug ({ "--firmware", "1.1.0" }));
@@ -109,16 +103,13 @@ TEST_F (panel, firmware_1_1_0_gets_the_disabled_picture_alone_and_1_1_1_the_easy
         EXPECT_EQ (page.getNumChildComponents(), 1);
         EXPECT_EQ (page.picture().getBounds(), image_lookup ("resource::disabled_png").getBounds());
     }
-    auto& d = plug ({ "--firmware", "1.1.1", "--driver", "2.3.4" });
+    auto& d = plug ({ "--firmware", "1.1.1" });
     const auto held = d.count.load();
     auto* page = new view (device_element(), d);
     EXPECT_EQ (d.count.load(), held + 1 + 5) << "the page and its five controls hold the device";
     juce::TabbedComponent tabs (juce::TabbedButtonBar::TabsAtTop);
     tabs.addTab ("a", juce::Colours::black, page, true);
     tabs.setCurrentTabIndex (0);
-    EXPECT_EQ (page->size(), 5u);
-    ASSERT_NE (page->information(), nullptr);
-    EXPECT_EQ (page->information()->juce::Label::getText(), "Driver:2.3.4 Firmware: 1.1.1");
     EXPECT_EQ (page->picture().getBounds(), image_lookup ("resource::easy_png").getBounds());
     EXPECT_EQ (page->getNumChildComponents(), 5 + 3);
 
@@ -137,8 +128,7 @@ TEST_F (panel, firmware_1_1_0_gets_the_disabled_picture_alone_and_1_1_1_the_easy
 
 TEST_F (panel, a_click_on_one_control_refreshes_all_of_them)
 {
-    auto& d = plug();
-    view page (device_element(), d);
+    view page (device_element(), plug());
     page.setVisible (true);
     // Two switches showing what the block does not say: the refresh after any click fixes them.
     page[0]->setToggleState (true, juce::dontSendNotification);
@@ -149,7 +139,6 @@ TEST_F (panel, a_click_on_one_control_refreshes_all_of_them)
     EXPECT_TRUE (page[2]->getToggleState());
     EXPECT_FALSE (page[0]->getToggleState());
     EXPECT_FALSE (page[4]->getToggleState());
-    EXPECT_EQ (d.parameters[10], 255);
 }
 
 TEST_F (panel, broken_layouts)

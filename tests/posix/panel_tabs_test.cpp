@@ -14,10 +14,8 @@ namespace
 
     names titles (const container& tabs)
     {
-        names result;
-        for (auto& name : tabs.getTabNames())
-            result.push_back (name);
-        return result;
+        const auto t = tabs.getTabNames();
+        return names (t.begin(), t.end());
     }
 }
 
@@ -89,8 +87,7 @@ TEST_F (panel_tabs, an_interface_whose_page_cannot_be_built_is_listed_without_a_
     EXPECT_EQ (tabs.front()->page, nullptr);
 
     a.unplug();
-    ASSERT_TRUE (pump_until ([&] { return tabs.empty(); }, 3000));
-    EXPECT_EQ (titles (tabs), names { "About" });
+    EXPECT_TRUE (pump_until ([&] { return tabs.empty(); }, 3000));
 }
 
 TEST_F (panel_tabs, an_interface_that_fails_at_start_stops_the_panel)
@@ -116,6 +113,5 @@ TEST_F (panel_tabs, an_interface_pulled_while_its_gain_menu_is_open_writes_nothi
         return 34;
     });
     out12->clicked();
-    EXPECT_EQ (tabs.getNumTabs(), 1);
     EXPECT_TRUE (tabs.empty());
 }
