@@ -9,23 +9,20 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 namespace
 {
-    void rename_attributes (juce::XmlElement& e, const std::function<juce::String (const juce::String&)>& rename)
+    // Upper-cases every attribute name below `e`, or with `unread` makes each one unknown.
+    void rename_attributes (juce::XmlElement& e, bool unread)
     {
         juce::StringPairArray attributes;
         for (int i = 0; i < e.getNumAttributes(); ++i)
-            attributes.set (rename (e.getAttributeName (i)), e.getAttributeValue (i));
+            attributes.set (unread ? "unread_" + e.getAttributeName (i) : e.getAttributeName (i).toUpperCase(), e.getAttributeValue (i));
         e.removeAllAttributes();
         for (auto& name : attributes.getAllKeys())
             e.setAttribute (name, attributes[name]);
         for (auto* child : e.getChildIterator())
-            rename_attributes (*child, rename);
+            rename_attributes (*child, unread);
     }
-
-    juce::String picture (const juce::Image& image) { return image.isValid() ? image.getBounds().toString() : "none"; }
 
     // What a page shows: every component with its place, name, tooltip, pictures, text,
     // parameter and menu.
@@ -35,13 +32,13 @@ namespace
         if (auto* tip = dynamic_cast<juce::SettableTooltipClient*> (&c))
             out << " tip:" << tip->getTooltip();
         if (auto* b = dynamic_cast<juce::ImageButton*> (&c))
-            out << " on:" << (int) b->getToggleState() << " pictures:" << picture (b->getNormalImage()) << "/"
-                << picture (b->getOverImage()) << "/" << picture (b->getDownImage());
+            for (const auto& picture : { b->getNormalImage(), b->getOverImage(), b->getDownImage() })
+                out << " picture:" << picture.getBounds().toString();
         if (auto* l = dynamic_cast<juce::Label*> (&c))
             out << " text:" << l->getText() << " " << l->getFont().getHeight() << " " << l->findColour (juce::Label::textColourId).toString();
         if (auto* control = dynamic_cast<button*> (&c))
         {
-            out << " id:" << (int) control->parameter() << " " << control->on_value() << "/" << control->off_value();
+            out << " on:" << (int) control->getToggleState() << " id:" << (int) control->parameter() << " " << control->on_value() << "/" << control->off_value();
             for (juce::PopupMenu::MenuItemIterator items (*control); items.next();)
                 out << " " << items.getItem().itemID << "=" << items.getItem().text;
         }
@@ -80,12 +77,10 @@ TEST (attribute_case, capitals_read_like_the_skins_own_names)
     qv::driver<os_result, device> list;
     auto& d = *list.front();
 
-    const auto real = parse_skin();
+    const auto expected = built_from (*parse_skin(), d);
     auto capitals = parse_skin(), none = parse_skin();
-    rename_attributes (*capitals, [] (const juce::String& name) { return name.toUpperCase(); });
-    rename_attributes (*none, [] (const juce::String& name) { return "unread_" + name; });
-
-    const auto expected = built_from (*real, d);
+    rename_attributes (*capitals, false);
+    rename_attributes (*none, true);
     EXPECT_EQ (built_from (*capitals, d), expected);
     EXPECT_NE (built_from (*none, d), expected) << "the attributes must make a difference";
 }

@@ -7,21 +7,20 @@
 
 namespace
 {
-thread_local long countdown = 0;          // 0: nothing armed
+thread_local long countdown = 0; // 0: nothing armed
 thread_local std::size_t failing_size = 0;
 thread_local bool came = false;
 thread_local std::int64_t outstanding = 0;
 
 // Each block starts with its size, so that delete knows what it gives back.
 constexpr std::size_t header = alignof (std::max_align_t);
+} // namespace
 
-void* allocate (std::size_t size)
+// The C++ library's array, nothrow and sized forms call these two.
+void* operator new (std::size_t size)
 {
     if (countdown > 0 && size == failing_size && --countdown == 0)
-    {
-        came = true;
-        throw std::bad_alloc();
-    }
+        throw (came = true, std::bad_alloc());
     auto* block = static_cast<unsigned char*> (std::malloc (size + header));
     if (block == nullptr)
         throw std::bad_alloc();
@@ -30,7 +29,7 @@ void* allocate (std::size_t size)
     return block + header;
 }
 
-void release (void* p) noexcept
+void operator delete (void* p) noexcept
 {
     if (p == nullptr)
         return;
@@ -40,37 +39,11 @@ void release (void* p) noexcept
     outstanding -= static_cast<std::int64_t> (size);
     std::free (block);
 }
-} // namespace
-
-void* operator new (std::size_t size) { return allocate (size); }
-void* operator new[] (std::size_t size) { return allocate (size); }
-void* operator new (std::size_t size, const std::nothrow_t&) noexcept
-{
-    try { return allocate (size); } catch (...) { return nullptr; }
-}
-void* operator new[] (std::size_t size, const std::nothrow_t&) noexcept
-{
-    try { return allocate (size); } catch (...) { return nullptr; }
-}
-void operator delete (void* p) noexcept { release (p); }
-void operator delete[] (void* p) noexcept { release (p); }
-void operator delete (void* p, std::size_t) noexcept { release (p); }
-void operator delete[] (void* p, std::size_t) noexcept { release (p); }
-void operator delete (void* p, const std::nothrow_t&) noexcept { release (p); }
-void operator delete[] (void* p, const std::nothrow_t&) noexcept { release (p); }
 
 namespace allocation_failure
 {
 std::int64_t outstanding_bytes() { return outstanding; }
-
-scoped::scoped (long nth, std::size_t size)
-{
-    countdown = nth;
-    failing_size = size;
-    came = false;
-}
-
+scoped::scoped (long nth, std::size_t size) { countdown = nth, failing_size = size, came = false; }
 scoped::~scoped() { countdown = 0; }
-
 bool scoped::failed() const { return came; }
 } // namespace allocation_failure

@@ -11,14 +11,11 @@ class file_beside_program
 public:
     // Without contents: makes sure no such file is there (a killed run may have left one).
     explicit file_beside_program (const juce::String& name) : file (program_folder() + name) { file.deleteRecursively(); }
-    file_beside_program (const juce::String& name, const juce::MemoryBlock& bytes)
-        : file_beside_program (name)
+    // An empty block makes an empty file (JUCE's replaceWithData would delete it).
+    file_beside_program (const juce::String& name, const juce::MemoryBlock& bytes) : file_beside_program (name)
     {
-        // JUCE deletes a file that is replaced with nothing; an empty file is wanted here.
-        if (bytes.isEmpty())
-            file.create();
-        else
-            file.replaceWithData (bytes.getData(), bytes.getSize());
+        file.create();
+        file.appendData (bytes.getData(), bytes.getSize());
     }
     file_beside_program (const juce::String& name, const juce::String& utf8)
         : file_beside_program (name) { file.replaceWithText (utf8, false, false, "\n"); }
