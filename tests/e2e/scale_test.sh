@@ -32,7 +32,7 @@ matches() {
 }
 # on_page SWITCH: the easy page's 2x render with SWITCH's 2x render on it at page (19, 109).
 on_page() { convert "$images/easy@2x.png" "$images/$1@2x.png" -geometry +38+218 -composite "$scratch/$1.png"; }
-on_page phantom_power_off && on_page phantom_power_on
+on_page phantom_power_off
 
 check "the easy page's window is 950 x 462 device pixels, twice 475 x 231" size_is 950x462
 snap "$scratch/shot.png"
@@ -40,14 +40,11 @@ cp "$scratch/shot.png" "$out/easy-2x.png"
 # The page starts under 2 x 49 pixels of title and tabs; its lettering, in 2 x (190, 12, 200, 30)
 # on the page, lies above every control.
 check "the page picture comes from its 2x render" matches "$images/easy@2x.png" 380 122 400 60 0 98
-check "the title image comes from its 2x render" matches "$images/kelto@2x.png" 410 8 130 22 410 8
 check "switch 10 comes from its 2x render" matches "$scratch/phantom_power_off.png" 38 316 78 66 0 98
 
 # Switch 10 in the middle of page (19, 109, 39 x 33), the mode button at page (397, 15): twice that.
 xdotool mousemove --window "$window" 76 348 click 1
 check "a click on switch 10 at scale 2 writes 255 into byte 10" wait_byte a 10 255
-snap "$scratch/shot.png"
-check "... and it shows its 2x 'on' render" matches "$scratch/phantom_power_on.png" 38 316 78 66 0 98
 xdotool mousemove --window "$window" 844 150 click 1
 check "the mode button makes the window 1268 x 1138, twice 634 x 569" eventually 3 size_is 1268x1138
 

@@ -12,32 +12,20 @@ struct counted : qv::object
 };
 } // namespace
 
-TEST (qv_reference, counts_and_deletes_exactly_once_and_a_null_reference_touches_nothing)
-{
-    int deletions = 0;
-    auto* object = new counted (deletions);
-    {
-        qv::reference<counted> first (object), none;
-        {
-            qv::reference<counted> second (first), copy (none);
-            EXPECT_EQ (object->count, 2u);
-            copy = none;
-            EXPECT_FALSE (copy);
-        }
-        EXPECT_EQ (object->count, 1u);
-        EXPECT_EQ (deletions, 0);
-    }
-    EXPECT_EQ (deletions, 1);
-}
-
-TEST (qv_reference, assignment_counts_up_before_down)
+TEST (qv_reference, counts_up_before_down_and_deletes_exactly_once)
 {
     int deletions = 0, other_deletions = 0;
-    qv::reference<counted> only (new counted (deletions)), other (new counted (other_deletions));
+    auto* object = new counted (deletions);
+    qv::reference<counted> only (object), other (new counted (other_deletions)), none;
+    {
+        qv::reference<counted> second (only), copy (none);
+        EXPECT_EQ (object->count, 2u);
+        EXPECT_FALSE (copy = none);
+    }
     auto& alias = only;
     only = alias; // self-assignment of the last reference must not delete
     EXPECT_EQ (deletions, 0);
-    EXPECT_EQ (only->count, 1u);
+    EXPECT_EQ (object->count, 1u);
 
     only = other;
     EXPECT_EQ (deletions, 1);

@@ -113,10 +113,6 @@ TEST (chosen_translation, a_file_beside_the_program_wins)
         EXPECT_EQ (about_under ("lang ger"), "Info ger");
     }
     EXPECT_EQ (about_under ("lang ger"), uber);
-
-    // Spanish is served by a file only, under any name the user picks.
-    file_beside_program es ("es.localization", "language:Spanish\n\"About\" = \"Acerca de\"\n");
-    EXPECT_EQ (about_under ("lang es"), "Acerca de");
 }
 
 TEST (user_language, is_the_iso_code_of_a_locale_name)
