@@ -56,13 +56,6 @@ TEST (gain_menu, the_header_comes_first_translated_and_the_items_are_not)
     EXPECT_EQ (items.back().text, "mute");
 }
 
-TEST (gain_menu, switches_have_none)
-{
-    auto root = parse_skin();
-    for (auto* tag : { "monitoring", "highz", "phantom_power_1", "phantom_power_2", "headphone" })
-        EXPECT_FALSE (button::has_choices (menu_of (control (*root, "expert", tag)))) << tag;
-}
-
 TEST (gain_menu, children_alone_make_a_menu_and_a_header_alone_makes_one_too)
 {
     auto children = juce::parseXML ("<c id=\"3\"><gain step=\"5\" item=\"a\"/><other step=\"x\"/></c>");

@@ -63,12 +63,13 @@ TEST (skin_images, the_document_uses_every_table_row_and_each_decodes_with_its_2
 
 namespace
 {
-    juce::MemoryBlock small_red_picture (juce::ImageFileFormat&& format, int width = 3)
+    juce::MemoryBlock small_red_picture (juce::ImageFileFormat&& format, int width = 3, juce::Image::PixelFormat type = juce::Image::ARGB,
+                                         juce::Colour colour = juce::Colours::red)
     {
-        juce::Image red (juce::Image::ARGB, width, 2, true);
-        red.clear (red.getBounds(), juce::Colours::red);
+        juce::Image picture (type, width, 2, true);
+        picture.clear (picture.getBounds(), colour);
         juce::MemoryOutputStream bytes;
-        format.writeImageToStream (red, bytes);
+        format.writeImageToStream (picture, bytes);
         return bytes.getMemoryBlock();
     }
 
@@ -93,11 +94,8 @@ TEST (skin_images, a_png_beside_the_program_wins)
     EXPECT_EQ (image.getPixelAt (1, 1), juce::Colours::red);
     EXPECT_TRUE (double_size_render (image).isNull()) << "a picture from a file has no 2x render";
     // Without an alpha channel the picture is opaque.
-    juce::Image blue (juce::Image::RGB, 4, 4, true);
-    blue.clear (blue.getBounds(), juce::Colours::blue);
-    juce::MemoryOutputStream rgb;
-    juce::PNGImageFormat().writeImageToStream (blue, rgb);
-    EXPECT_EQ (beside_program (rgb.getMemoryBlock()).getPixelAt (3, 3), juce::Colours::blue);
+    EXPECT_EQ (beside_program (small_red_picture (juce::PNGImageFormat(), 4, juce::Image::RGB, juce::Colours::blue)).getPixelAt (3, 1),
+               juce::Colours::blue);
 
     // The file is only looked at while it is there.
     EXPECT_TRUE (image_lookup ("custom_picture.png").isNull());
