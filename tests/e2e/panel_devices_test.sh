@@ -27,12 +27,12 @@ tab_centres() {
 }
 tab_count() { tab_centres | wc -l; }
 tabs_are() { [ "$(tab_count)" = "$1" ]; }
-wait_tabs() { eventually 5 tabs_are "$1"; }   # wait_tabs N: N tabs within 5 s
+wait_tabs() { eventually 10 tabs_are "$1"; }   # wait_tabs N: N tabs within 10 s
 select_tab() { xdotool mousemove --window "$window" "$(tab_centres | sed -n "$1p")" 34 click 1; }
 page_picture() { snap "$scratch/p.png"; convert "$scratch/p.png" -crop "+0+49" +repage rgb:- | md5sum; }
 # shows IMAGE: the shown page, below the tab bar, is that picture on the window's background
-# (within 3 s).
-shows() { eventually 3 shows_now "$1"; }
+# (within 10 s).
+shows() { eventually 10 shows_now "$1"; }
 shows_now() {
   snap "$scratch/s.png"
   local w h
@@ -130,7 +130,8 @@ if [ -n "$box" ]; then
   wait_painted "$box" && import -window "$box" "$out/error-box-en.png"
   xdotool key --window "$box" Return
 fi
-check "the box goes with Return" eventually 3 test -z "$(visible_windows "$panel_title Exception")"
+box_gone() { [ -z "$(visible_windows "$panel_title Exception")" ]; }
+check "the box goes with Return" eventually 10 box_gone
 check "the pulled interface's tab is gone" wait_tabs 3
 page_click ${easy_switch[9]}   # Hi-Z, 255 since the mouse clicked it
 check "the panel goes on: a click reaches the first interface" wait_byte a 9 0

@@ -37,7 +37,7 @@ check "first panel still running" kill -0 "$panel"
 
 # The download button (89 x 23 at 194,12 on the page, which starts under title and tab bar).
 xdotool mousemove --window "$window" $((194 + 44)) $((49 + 12 + 11)) click 1
-eventually 5 test -s "$scratch/browser.log"
+eventually 15 test -s "$scratch/browser.log"
 check "download button opens the downloads page ($(cat "$scratch/browser.log" 2>/dev/null))" \
   grep -q '^https\?://[^ ]*/veltrano/en_downloads\.php$' "$scratch/browser.log"
 xdotool mousemove 1000 1000

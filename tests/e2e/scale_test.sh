@@ -46,7 +46,7 @@ check "switch 10 comes from its 2x render" matches "$scratch/phantom_power_off.p
 xdotool mousemove --window "$window" 76 348 click 1
 check "a click on switch 10 at scale 2 writes 255 into byte 10" wait_byte a 10 255
 xdotool mousemove --window "$window" 844 150 click 1
-check "the mode button makes the window 1268 x 1138, twice 634 x 569" eventually 3 size_is 1268x1138
+check "the mode button makes the window 1268 x 1138, twice 634 x 569" eventually 10 size_is 1268x1138
 
 close_panel
 check "the close button ends the panel at scale 2 (exit code $code)" test "$code" = 0

@@ -90,12 +90,12 @@ pull() {
 }
 byte() { awk -v i="$2" '$1 == "block" { print $(i + 2) }' "$scratch/$1.state"; }
 byte_is() { [ "$(byte "$1" "$2")" = "$3" ]; }
-# wait_byte NAME INDEX VALUE: true once the interface holds VALUE there (3 s at most).
-wait_byte() { eventually 3 byte_is "$@"; }
+# wait_byte NAME INDEX VALUE: true once the interface holds VALUE there (10 s at most).
+wait_byte() { eventually 10 byte_is "$@"; }
 
 size() { window_geometry "$window" | cut -d+ -f1; }
 size_is() { [ "$(size)" = "$1" ]; }
-wait_size() { eventually 3 size_is "$1"; }   # wait_size WxH: the window takes that size within 3 s
+wait_size() { eventually 10 size_is "$1"; }   # wait_size WxH: the window takes that size within 10 s
 # snap FILE: the window, with the pointer away from it, once it has stopped changing (a
 # control that loses the pointer repaints).
 snap() {
