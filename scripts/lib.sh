@@ -1,6 +1,8 @@
 # Shared by the build, run and test scripts. Source it; do not run it.
 repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 export CCACHE_NOHASHDIR=1 CCACHE_BASEDIR="$repo" CCACHE_MAXSIZE=${CCACHE_MAXSIZE:-5G}
+# JUCE's core stamps the build date in: without this ccache compiles it again in every tree.
+export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-time_macros}
 jobs=$(nproc)
 
 # configure_and_build DIR [cmake args...]: an incremental Ninja build in DIR.

@@ -17,10 +17,10 @@ protected:
     {
         sys.reset();
         for (int i = 0; i < 16; ++i)
-            interface().block[i] = static_cast<std::uint8_t> (i * 3 + 1);
+            hardware().block[i] = static_cast<std::uint8_t> (i * 3 + 1);
     }
 
-    vv_model& interface() { return sys.interfaces["/bus/a"].model; }
+    vv_model& hardware() { return sys.interfaces["/bus/a"].model; }
     ints sent (std::size_t request) { return ints (sys.requests[request].in.begin(), sys.requests[request].in.end()); }
 
     pretend_system& sys = pretend_system::get();
@@ -53,7 +53,7 @@ TEST_F (qv_veltrano, opening_asks_driver_version_then_firmware_then_block)
 
 TEST_F (qv_veltrano, firmware_older_than_1_1_1_leaves_block_unread)
 {
-    interface().firmware[2] = 0; // 1.1.0
+    hardware().firmware[2] = 0; // 1.1.0
     qv::reference<device_type> d (new device_type ("/bus/a", window));
 
     EXPECT_EQ (d->firmware, 0x01010000u);
@@ -64,8 +64,8 @@ TEST_F (qv_veltrano, firmware_older_than_1_1_1_leaves_block_unread)
 TEST_F (qv_veltrano, read_modify_write_sends_every_byte_as_read_and_a_failed_read_changes_nothing)
 {
     qv::reference<device_type> d (new device_type ("/bus/a", window));
-    interface().block[0] = 0x5A; // the interface changed behind the panel's back
-    interface().block[15] = 0xA5;
+    hardware().block[0] = 0x5A; // the interface changed behind the panel's back
+    hardware().block[15] = 0xA5;
 
     d->transfer (false);
     d->parameters[10] = 255;
@@ -76,9 +76,9 @@ TEST_F (qv_veltrano, read_modify_write_sends_every_byte_as_read_and_a_failed_rea
         expected.push_back (i == 0 ? 0x5A : i == 15 ? 0xA5 : i == 10 ? 255 : i * 3 + 1);
     EXPECT_EQ (sent (3), block_read) << "a read carries zeros, not the panel's copy";
     EXPECT_EQ (sent (4), expected);
-    EXPECT_EQ (interface().block[10], 255);
+    EXPECT_EQ (hardware().block[10], 255);
 
-    interface().faults.fail_after = 0;
+    hardware().faults.fail_after = 0;
     d->parameters[4] = 77;
     EXPECT_EQ (thrown_code<exact_result> ([&] { d->transfer (false); }), 31);
     EXPECT_EQ (d->parameters[4], 77) << "a failed read leaves the panel's copy";
@@ -103,7 +103,7 @@ TEST_F (qv_veltrano, failure_while_opening_throws_its_code_and_releases_in_rever
         SetUp();
         sys.interfaces["/bus/a"].open_failure = c.open_failure;
         sys.interfaces["/bus/a"].watch_failure = c.watch_failure;
-        interface().faults.vanish_after = c.vanish_after;
+        hardware().faults.vanish_after = c.vanish_after;
         sys.take_log();
 
         EXPECT_EQ (thrown_code<exact_result> ([&] { device_type d ("/bus/a", window); }), c.thrown);

@@ -16,9 +16,9 @@ namespace
         return std::make_unique<juce::XmlElement> (*root->getChildByName ("style"));
     }
 
-    std::unique_ptr<juce::XmlElement> element (const char* xml)
+    std::unique_ptr<juce::XmlElement> xml (const char* text)
     {
-        return juce::parseXML (juce::String (xml));
+        return juce::parseXML (juce::String (text));
     }
 
     // Pixels of `drawn` inside `area` equal `picture`, and nothing is drawn outside it.
@@ -93,7 +93,7 @@ namespace
 
 TEST (style, colour_rows_need_tag_and_id_to_match_exactly)
 {
-    style look (*element ("<style>"
+    style look (*xml ("<style>"
                           "<Label id=\"background\" argb=\"4278190335\"/>"          // not a row of the table
                           "<label id=\"text\" argb=\"4278190335\"/>"                // tag in the wrong case
                           "<TooltipWindow id=\"text\"/>"                            // no argb: transparent black
@@ -113,17 +113,17 @@ TEST (style, colour_rows_need_tag_and_id_to_match_exactly)
 
 TEST (style, popup_font_size_reads_leading_digits_and_defaults_to_10)
 {
-    EXPECT_EQ (style (*element ("<style/>")).getPopupMenuFont().getHeight(), 10.0f);
-    EXPECT_EQ (style (*element ("<style/>")).getTabButtonSpaceAroundImage(), 9);
-    EXPECT_EQ (style (*element ("<style size=\"14pt\"/>")).getPopupMenuFont().getHeight(), 14.0f);
+    EXPECT_EQ (style (*xml ("<style/>")).getPopupMenuFont().getHeight(), 10.0f);
+    EXPECT_EQ (style (*xml ("<style/>")).getTabButtonSpaceAroundImage(), 9);
+    EXPECT_EQ (style (*xml ("<style size=\"14pt\"/>")).getPopupMenuFont().getHeight(), 14.0f);
     // No digits reads as 0, which JUCE's font clamps to its smallest height.
-    EXPECT_LT (style (*element ("<style size=\"big\"/>")).getPopupMenuFont().getHeight(), 1.0f);
+    EXPECT_LT (style (*xml ("<style size=\"big\"/>")).getPopupMenuFont().getHeight(), 1.0f);
 }
 
 TEST (style, a_translation_names_the_typeface_before_the_skin)
 {
-    auto with_attribute = element ("<style typeface.windows=\"Skin Sans\"/>");
-    auto without = element ("<style/>");
+    auto with_attribute = xml ("<style typeface.windows=\"Skin Sans\"/>");
+    auto without = xml ("<style/>");
     EXPECT_EQ (chosen_typeface (*with_attribute), "Skin Sans");
     EXPECT_EQ (chosen_typeface (*without), "");
     {
@@ -137,7 +137,7 @@ TEST (style, a_translation_names_the_typeface_before_the_skin)
 TEST (style, the_typeface_is_handed_on_as_named)
 {
     // Windows finds a face for any name itself.
-    style look (*element ("<style typeface.windows=\"No Such Typeface 7f3a\"/>"));
+    style look (*xml ("<style typeface.windows=\"No Such Typeface 7f3a\"/>"));
     juce::LookAndFeel_V4 named;
     named.setDefaultSansSerifTypefaceName ("No Such Typeface 7f3a");
     EXPECT_EQ (look.getTypefaceForFont (juce::Font())->getName(), named.getTypefaceForFont (juce::Font())->getName());
@@ -163,7 +163,7 @@ TEST (style, a_missing_typeface_gives_way_to_one_with_the_translations_letters)
     const auto default_name = const_cast<juce::LookAndFeel_V4&> (plain).getTypefaceForFont (juce::Font())->getName();
     {
         // Nothing to cover: the default stays.
-        style look (*element ("<style typeface.windows=\"No Such Typeface 7f3a\"/>"));
+        style look (*xml ("<style typeface.windows=\"No Such Typeface 7f3a\"/>"));
         EXPECT_EQ (look.getTypefaceForFont (juce::Font())->getName(), default_name);
     }
 
@@ -184,7 +184,7 @@ TEST (style, an_installed_typeface_is_taken)
     const auto installed = juce::Font::findAllTypefaceNames();
     ASSERT_FALSE (installed.isEmpty());
     const auto other = installed[installed.size() - 1];
-    auto element_with_other = element ("<style/>");
+    auto element_with_other = xml ("<style/>");
     element_with_other->setAttribute ("typeface.windows", other);
     style chosen (*element_with_other);
     EXPECT_EQ (chosen.getTypefaceForFont (juce::Font())->getName(), other);
