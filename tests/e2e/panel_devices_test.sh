@@ -100,8 +100,6 @@ check "the second interface was not touched" test "$(byte b 10)" = 0
 select_tab 2
 page_click ${easy_switch[10]}
 check "the second tab is the second interface" wait_byte b 10 255
-select_tab 3
-check "the third tab is About" shows about.png
 select_tab 1
 
 # --- Layouts with the mouse ------------------------------------------------------------------

@@ -33,7 +33,6 @@ wait_for_exit "$second" 10 || second_code=$?
 [ "$second_code" != 124 ] || { kill "$second"; second_code=timeout; }
 check "second start ends by itself with code 0 ($second_code)" test "$second_code" = 0
 check "still exactly one window" test "$(visible_windows "$panel_title" | wc -l)" -eq 1
-check "first panel still running" kill -0 "$panel"
 
 # The download button (89 x 23 at 194,12 on the page, which starts under title and tab bar).
 xdotool mousemove --window "$window" $((194 + 44)) $((49 + 12 + 11)) click 1
@@ -44,7 +43,6 @@ xdotool mousemove 1000 1000
 
 close_panel
 check "close button ends the panel with exit code 0 ($code)" test "$code" = 0
-check "no window left" test -z "$(visible_windows "$panel_title")"
 
 # German: lang ger differs from English in the tab bar alone.
 start_panel lang ger || exit 1
