@@ -3,9 +3,8 @@
 #include "bus.h"
 #include "event_hub.h"
 #include "hang_up.h"
-#include "native_port.h"
+#include "bus_connection.h"
 #include "wire.h"
-
 
 #include <cerrno>
 #include <chrono>
@@ -19,6 +18,8 @@
 
 namespace qv
 {
+using link_type = port<os_result>::window::link;
+
 namespace
 {
 using clock = std::chrono::steady_clock;
@@ -28,7 +29,7 @@ std::map<int, std::vector<std::uint8_t>> pending;
 
 // Descriptors watched for a hang-up, with the driver each reports to (all on the
 // message thread). The link outlives the window if a device does.
-std::map<int, std::shared_ptr<port<os_result>::window::link>> watched;
+std::map<int, std::shared_ptr<link_type>> watched;
 
 std::uint32_t last_sequence = 0;
 
@@ -108,10 +109,10 @@ void receive_reply (int fd, std::uint32_t code, std::uint32_t sequence, void* ou
     }
 }
 
-clock::time_point deadline_from_now() { return clock::now() + std::chrono::milliseconds (port<os_result>::reply_timeout_ms); }
+clock::time_point deadline_from_now() { return clock::now() + std::chrono::milliseconds (bus_connection::reply_timeout_ms); }
 } // namespace
 
-port<os_result>::handle_type port<os_result>::open (const std::string& path)
+int bus_connection::open (const std::string& path)
 {
     const int fd = ::socket (AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (fd < 0)
@@ -119,9 +120,9 @@ port<os_result>::handle_type port<os_result>::open (const std::string& path)
     try
     {
         // A host whose backlog is full is not accepting: give up after the same bound.
-        const timeval bound { port<os_result>::reply_timeout_ms / 1000, (port<os_result>::reply_timeout_ms % 1000) * 1000 };
+        const timeval bound { reply_timeout_ms / 1000, (reply_timeout_ms % 1000) * 1000 };
         ::setsockopt (fd, SOL_SOCKET, SO_SNDTIMEO, &bound, sizeof bound);
-        if (window::connect (fd, path) != 0)
+        if (port<os_result>::window::connect (fd, path) != 0)
             fail (errno == EAGAIN ? ETIMEDOUT : errno);
         // Only a host of this user may stand for an interface.
         if (! bus::peer_is_own_user (fd))
@@ -140,18 +141,20 @@ port<os_result>::handle_type port<os_result>::open (const std::string& path)
     return fd;
 }
 
-port<os_result>::notification_type port<os_result>::watch (handle_type handle, window& w)
+int bus_connection::watch (int handle, const std::shared_ptr<link_type>& link)
 {
     // Hang-up and errors only: a late reply is no event.
     event_hub::watch (handle, EPOLLRDHUP, [handle] { report_hang_up (handle); });
-    watched[handle] = w.driver_link;
+    watched[handle] = link;
     return handle;
 }
 
-void port<os_result>::unwatch (notification_type notification)
+bool bus_connection::unwatch (int notification)
 {
-    if (notification != no_notification && watched.erase (notification) != 0)
-        event_hub::unwatch (notification);
+    if (watched.erase (notification) == 0)
+        return false;
+    event_hub::unwatch (notification);
+    return true;
 }
 
 namespace
@@ -189,15 +192,13 @@ void report_pending_hang_ups()
         report_hang_up (fd);
 }
 
-void port<os_result>::close (handle_type handle)
+void bus_connection::close (int handle)
 {
-    if (handle == invalid_handle)
-        return;
     pending.erase (handle);
     ::close (handle);
 }
 
-void port<os_result>::control (handle_type handle, std::uint32_t code, const void* in, std::uint32_t in_size,
+void bus_connection::control (int handle, std::uint32_t code, const void* in, std::uint32_t in_size,
                                void* out, std::uint32_t out_size)
 {
     if (in_size > wire::max_payload || out_size > wire::max_payload)

@@ -1,11 +1,14 @@
 #pragma once
 
-// The Linux port: interfaces are virtual ones, Unix-domain sockets in the bus folder
-// served by veltrano-virtual. A handle is the connected socket, its removal is the
-// hang-up on it, and arrivals are inotify events on the folder, all read on the JUCE
-// message thread. Codes are errno values.
+// The Linux port, with two kinds of interface in one list. Real ones on USB: a path
+// under /dev/bus/usb is the device node, the handle its descriptor, requests go
+// through libusb (device/usb) and arrival and removal come from udev. Virtual ones:
+// Unix-domain sockets in the bus folder served by veltrano-virtual; the handle is the
+// connected socket, its removal the hang-up on it, and arrivals are inotify events on
+// the folder. Everything is read on the JUCE message thread; codes are errno values.
 
 #include "bus.h"
+#include "device/usb/usb_monitor.h"
 #include "device/qv/port.h"
 #include "device/qv/result.h"
 
@@ -25,9 +28,6 @@ struct port<os_result>
     using notification_type = int; // the watched descriptor
     static constexpr notification_type no_notification = -1;
     static constexpr bool case_insensitive = false; // paths are compared exactly
-
-    // A request without a reply within this time fails with ETIMEDOUT.
-    static constexpr int reply_timeout_ms = 2000;
 
     class window;
 
@@ -66,10 +66,13 @@ private:
     friend struct port<os_result>;
 
     void read_folder_events();
+    void read_usb_events();
     void follow_replaced_folder();
-    void announce_present(); // every interface listed now arrives (those listed already stay)
+    void enumerate_bus (const std::function<void (std::string)>& each);
+    void announce_present(); // every bus interface listed now arrives (those listed already stay)
 
     bus::folder checked;
+    usb::monitor usb_devices;
     int inotify = -1;
     int folder_watch = -1;
     int parent_watch = -1; // the folder deleted and made again is followed from here

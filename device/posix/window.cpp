@@ -1,10 +1,11 @@
-// The driver's notification endpoint on Linux: the bus folder, listed at start and
-// watched with inotify on the JUCE message thread for interfaces that arrive.
+// The driver's notification endpoint on Linux: the USB interfaces udev knows and the
+// bus folder, listed at start and then followed on the JUCE message thread (udev's
+// monitor, inotify on the folder) for interfaces that arrive.
 #include "bus.h"
 #include "event_hub.h"
 #include "hang_up.h"
 #include "native_port.h"
-
+#include "usb_removal.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -70,6 +71,15 @@ port<os_result>::window::window() : checked (bus::configured_folder())
     try
     {
         event_hub::watch (inotify, EPOLLIN, [this] { read_folder_events(); });
+        try
+        {
+            event_hub::watch (usb_devices.descriptor(), EPOLLIN, [this] { read_usb_events(); });
+        }
+        catch (...)
+        {
+            event_hub::unwatch (inotify);
+            throw;
+        }
     }
     catch (...)
     {
@@ -84,6 +94,7 @@ port<os_result>::window::~window()
 {
     windows.erase (std::find (windows.begin(), windows.end(), this));
     driver_link->events = {};
+    event_hub::unwatch (usb_devices.descriptor());
     event_hub::unwatch (inotify);
     event_hub::release();
     ::close (inotify);
@@ -105,6 +116,14 @@ int port<os_result>::window::connect (int socket_fd, const std::string& path)
 }
 
 void port<os_result>::window::enumerate (const std::function<void (std::string)>& each)
+{
+    // Real interfaces first, then the virtual ones.
+    for (auto& node : usb_devices.present())
+        each (std::move (node));
+    enumerate_bus (each);
+}
+
+void port<os_result>::window::enumerate_bus (const std::function<void (std::string)>& each)
 {
     // A descriptor of its own: readdir moves the offset of the one it reads.
     const int listing = ::openat (checked.descriptor(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -130,7 +149,7 @@ void port<os_result>::window::enumerate (const std::function<void (std::string)>
 
 void port<os_result>::window::announce_present()
 {
-    enumerate ([this] (std::string path) { driver_link->events.arrival (driver_link->events.driver, std::move (path)); });
+    enumerate_bus ([this] (std::string path) { driver_link->events.arrival (driver_link->events.driver, std::move (path)); });
 }
 
 void port<os_result>::window::follow_replaced_folder()
@@ -156,6 +175,18 @@ void port<os_result>::window::follow_replaced_folder()
     {
         // Gone again, or not a folder to trust: wait for the next one.
     }
+}
+
+void port<os_result>::window::read_usb_events()
+{
+    usb_devices.read (
+        [this] (const std::string& node) {
+            if (! driver_link->events.attached())
+                return;
+            usb_removal::report_pending();
+            driver_link->events.arrival (driver_link->events.driver, node);
+        },
+        [] (const std::string& node) { usb_removal::report (node); });
 }
 
 void port<os_result>::window::read_folder_events()
