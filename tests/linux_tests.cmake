@@ -19,3 +19,7 @@ add_executable(usb_tests ${usb_test_sources})
 target_link_libraries(usb_tests PRIVATE veltrano_test_support emulated_usb)
 add_test(NAME usb_tests COMMAND ${UMOCKDEV_WRAPPER} $<TARGET_FILE:usb_tests>)
 set_tests_properties(usb_tests PROPERTIES LABELS usb)
+
+# The end-to-end tests' interface on USB: runs the real panel as its child.
+add_executable(usb-harness ${CMAKE_CURRENT_SOURCE_DIR}/usb/usb_harness.cpp)
+target_link_libraries(usb-harness PRIVATE emulated_usb)

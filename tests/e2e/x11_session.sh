@@ -55,9 +55,10 @@ passed() {
   [ "${check_failures:-0}" -eq 0 ]
 }
 
-# start_panel ARGS...: starts $program and waits for its window (id in $window).
+# start_panel ARGS...: starts $program (through the command in the array panel_launcher,
+# if the test set one) and waits for its window (id in $window).
 start_panel() {
-  "$program" "$@" >"$scratch/panel.log" 2>&1 &
+  "${panel_launcher[@]}" "$program" "$@" >"$scratch/panel.log" 2>&1 &
   panel=$!
   window=$(wait_for_window "$panel_title" 20) || { echo "no window for: $*"; cat "$scratch/panel.log"; return 1; }
   wait_painted "$window" || { echo "the window was never painted"; return 1; }

@@ -122,6 +122,12 @@ std::vector<std::vector<std::uint8_t>> emulated_device::setup_packets() const
     return packets;
 }
 
+void emulated_device::on_change (std::function<void (const std::vector<int>&)> watcher)
+{
+    std::lock_guard<std::mutex> hold (lock);
+    changed_watcher = std::move (watcher);
+}
+
 int emulated_device::on_ioctl (UMockdevIoctlBase*, UMockdevIoctlClient* client, emulated_device* self)
 {
     self->ioctl (client);
@@ -263,6 +269,8 @@ void emulated_device::answer (urb& u)
                 request->status = 0;
                 // usbfs counts the data stage only
                 request->actual_length = int (length - setup_size) - (f == fault::short_reply ? 1 : 0);
+                if (changed != 0 && changed_watcher)
+                    changed_watcher (std::vector<int> (model.block, model.block + VV_BLOCK_SIZE));
                 break;
             case VV_VANISHED:
                 request->status = -ENODEV;

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -50,6 +51,9 @@ public:
     int reads() const;                         // descriptor reads
     std::vector<std::vector<std::uint8_t>> setup_packets() const; // of the control transfers answered
 
+    // Called on the testbed's thread with the block after each write that changed it.
+    void on_change (std::function<void (const std::vector<int>&)> watcher);
+
     UMockdevIoctlBase* handler() const { return ioctl_handler; }
 
 private:
@@ -82,6 +86,7 @@ private:
     std::vector<unsigned long> seen;
     std::vector<std::vector<std::uint8_t>> packets;
     int descriptor_reads = 0;
+    std::function<void (const std::vector<int>&)> changed_watcher;
 
     friend class emulated_usb;
 };
