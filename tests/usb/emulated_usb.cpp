@@ -355,8 +355,15 @@ emulated_device& emulated_usb::plug (const std::string& firmware, std::uint16_t 
 void emulated_usb::unplug (emulated_device& device)
 {
     {
+        // What was under way ends as the kernel ends it for a device that left.
         std::lock_guard<std::mutex> hold (device.lock);
         device.gone = true;
+        for (auto& u : device.urbs)
+            if (! u.ready)
+            {
+                reinterpret_cast<usbdevfs_urb*> (u.urb_data->data)->status = -ENODEV;
+                u.ready = true;
+            }
     }
     umockdev_testbed_uevent (testbed, device.syspath().c_str(), "remove");
     umockdev_testbed_remove_device (testbed, device.syspath().c_str());

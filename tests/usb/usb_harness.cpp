@@ -5,8 +5,9 @@
 //   usb-harness STATE COMMANDS PROGRAM [ARGUMENTS...]     (under umockdev-wrapper)
 //
 // STATE gets "block b0 ... b15" after every change the program makes. COMMANDS is a
-// FIFO that takes "pull" (the interface leaves) and "plug" (an interface arrives, as
-// a new device on the bus). Ends with the program's exit code; SIGTERM ends both.
+// FIFO that takes "pull" (the interface leaves), "plug" (an interface arrives, as a new
+// device on the bus) and "hold" (the next request gets no answer, until the interface
+// is pulled or the request times out). Ends with the program's exit code; SIGTERM ends both.
 #include "tests/usb/emulated_usb.h"
 
 #include <cerrno>
@@ -114,6 +115,8 @@ int main (int argc, char** argv)
             }
             else if (command == "plug" && current == nullptr)
                 current = &plug (usb, state, true);
+            else if (command == "hold" && current != nullptr)
+                current->fail_next (emulated_device::fault::no_answer);
             else
                 std::fprintf (stderr, "usb-harness: \"%s\" is not a command here\n", command.c_str());
         }
