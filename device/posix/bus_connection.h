@@ -17,7 +17,7 @@ constexpr int reply_timeout_ms = 2000;
 int open (const std::string& path);
 // The handle's hang-up is reported to `link`'s driver; returns the notification.
 int watch (int handle, const std::shared_ptr<port<os_result>::window::link>& link);
-bool unwatch (int notification); // false when it was not watched here
+void unwatch (int notification);
 void close (int handle);
 void control (int handle, std::uint32_t code, const void* in, std::uint32_t in_size, void* out,
               std::uint32_t out_size);

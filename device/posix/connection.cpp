@@ -149,12 +149,10 @@ int bus_connection::watch (int handle, const std::shared_ptr<link_type>& link)
     return handle;
 }
 
-bool bus_connection::unwatch (int notification)
+void bus_connection::unwatch (int notification)
 {
-    if (watched.erase (notification) == 0)
-        return false;
-    event_hub::unwatch (notification);
-    return true;
+    if (watched.erase (notification) != 0)
+        event_hub::unwatch (notification);
 }
 
 namespace

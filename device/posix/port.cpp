@@ -22,8 +22,9 @@ port<os_result>::notification_type port<os_result>::watch (handle_type handle, w
 
 void port<os_result>::unwatch (notification_type notification)
 {
-    if (notification != no_notification && ! usb_removal::unwatch (notification))
-        bus_connection::unwatch (notification);
+    // The notification is its handle's descriptor: only one of them has it.
+    usb_removal::unwatch (notification);
+    bus_connection::unwatch (notification);
 }
 
 void port<os_result>::close (handle_type handle)

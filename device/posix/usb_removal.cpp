@@ -37,7 +37,7 @@ int watch (int handle, const std::shared_ptr<port<os_result>::window::link>& lin
     return handle;
 }
 
-bool unwatch (int notification) { return watched.erase (notification) != 0; }
+void unwatch (int notification) { watched.erase (notification); }
 
 void report (const std::string& node)
 {

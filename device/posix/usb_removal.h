@@ -12,7 +12,7 @@ namespace qv::usb_removal
 // udev's word that the handle's node left is reported to `link`'s driver; returns the
 // notification.
 int watch (int handle, const std::shared_ptr<port<os_result>::window::link>& link);
-bool unwatch (int notification); // false when it was not watched here
+void unwatch (int notification);
 
 // Announces the removal of every watched handle on `node`.
 void report (const std::string& node);

@@ -130,12 +130,12 @@ void control (int handle, std::uint32_t code, const void* in, std::uint32_t in_s
     {
         if (out_size < protocol::driver_version_size)
             fail (EINVAL);
+        // The word's bytes 3, 2 and 1 are shown: major, minor, micro.
         const auto* version = libusb_get_version();
-        const std::uint32_t word = (std::uint32_t (version->major) << 24) | (std::uint32_t (version->minor) << 16)
-                                 | (std::uint32_t (version->micro & 0xFF) << 8);
-        auto* bytes = static_cast<std::uint8_t*> (out);
-        for (unsigned i = 0; i < protocol::driver_version_size; ++i)
-            bytes[i] = static_cast<std::uint8_t> (word >> (8 * i));
+        const std::uint8_t word[protocol::driver_version_size] = { 0, std::uint8_t (version->micro),
+                                                                   std::uint8_t (version->minor),
+                                                                   std::uint8_t (version->major) };
+        std::memcpy (out, word, sizeof word);
         return;
     }
     if (code != protocol::vendor_request)

@@ -50,8 +50,7 @@ monitor::monitor()
         || udev_monitor_enable_receiving (events) < 0)
     {
         const int error = errno;
-        if (events != nullptr)
-            udev_monitor_unref (events);
+        udev_monitor_unref (events); // takes null
         udev_unref (context);
         errno = error;
         fail_with_errno();

@@ -2,6 +2,7 @@
 // faults on the connection and a bus folder that cannot be trusted.
 #include "device/device.h"
 #include "device/posix/bus.h"
+#include "tests/support/descriptors.h"
 #include "tests/support/paths_of.h"
 #include "tests/support/scripted_host.h"
 #include "tests/support/thrown_code.h"
@@ -18,6 +19,8 @@
 #include <fcntl.h>
 #include <functional>
 #include <stdexcept>
+#include <set>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <thread>
@@ -267,4 +270,33 @@ TEST (qv_posix_port, a_hang_up_handled_inside_a_modal_loop_leaves_the_outer_pass
     EXPECT_TRUE (driver.empty());
     ::close (click[0]);
     ::close (click[1]);
+}
+
+TEST (qv_posix_port, descriptors_refused_at_any_step_of_listening_fail_it_with_emfile_and_leave_none_behind)
+{
+    temporary_bus bus;
+    {
+        watching_driver once; // what the port keeps for the process (its event hub) is made now
+    }
+    // Every number below the highest taken, so that the limit leaves exactly `spare` free.
+    std::vector<int> fillers;
+    for (int fd = ::open ("/", O_PATH | O_CLOEXEC); fd >= 0 && fd < open_descriptors().back();
+         fd = ::open ("/", O_PATH | O_CLOEXEC))
+        fillers.push_back (fd);
+    const auto before = open_descriptors();
+    rlimit saved {};
+    ::getrlimit (RLIMIT_NOFILE, &saved);
+    std::set<std::int64_t> outcomes;
+    for (int spare = 0; spare <= 8; ++spare)
+    {
+        rlimit lowered = saved;
+        lowered.rlim_cur = rlim_t (before.back() + 1 + spare);
+        ::setrlimit (RLIMIT_NOFILE, &lowered);
+        outcomes.insert (thrown_code ([] { watching_driver driver; }));
+        ::setrlimit (RLIMIT_NOFILE, &saved);
+        EXPECT_EQ (open_descriptors(), before) << spare << " spare descriptors";
+    }
+    for (int fd : fillers)
+        ::close (fd);
+    EXPECT_EQ (outcomes, (std::set<std::int64_t> { EMFILE, 0 }));
 }

@@ -3,6 +3,7 @@
 #include "device/device.h"
 #include "device/usb/usb_connection.h"
 #include "device/usb/usb_errors.h"
+#include "tests/support/descriptors.h"
 #include "tests/support/paths_of.h"
 #include "tests/support/thrown_code.h"
 #include "tests/support/virtual_interface.h"
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 #include <libusb.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <linux/capability.h>
@@ -87,6 +89,25 @@ TEST (usb_ids, a_list_of_pairs_is_read_and_what_is_not_a_pair_is_returned_as_wri
             pairs.emplace_back (id.vendor, id.product);
         EXPECT_EQ (pairs, c.pairs) << c.text;
     }
+}
+
+TEST (usb_ids, a_malformed_variable_is_warned_about_once_per_value_and_its_good_pairs_are_kept)
+{
+    const auto ids_and_warnings = [] (const char* value) {
+        ::setenv ("KELTO_VELTRANO_USB_IDS", value, 1);
+        ::testing::internal::CaptureStderr();
+        const auto ids = qv::usb::interface_ids();
+        qv::usb::interface_ids();
+        const auto said = ::testing::internal::GetCapturedStderr();
+        ::unsetenv ("KELTO_VELTRANO_USB_IDS");
+        return std::make_pair (ids, said);
+    };
+    const auto first = ids_and_warnings ("1209:0002,bad-pair");
+    EXPECT_EQ (first.first, (std::vector<qv::usb::id> { { 0x1209, 0x0001 }, { 0x1209, 0x0002 } }));
+    EXPECT_NE (first.second.find ("KELTO_VELTRANO_USB_IDS: \"bad-pair\" is not a USB vendor:product pair"), std::string::npos)
+        << first.second;
+    EXPECT_EQ (first.second.find ("bad-pair", first.second.find ("bad-pair") + 1), std::string::npos) << "once";
+    EXPECT_NE (ids_and_warnings ("worse").second.find ("\"worse\""), std::string::npos) << "a new value, a new warning";
 }
 
 TEST (usb_errors, libusb_failures_become_the_system_codes_of_their_meaning)
@@ -167,23 +188,47 @@ TEST_F (usb_port, a_request_the_buffer_does_not_describe_is_refused_before_anyth
     usb_driver driver;
     const int handle = driver.front()->handle;
     const auto sent = interface.setup_packets().size();
-    std::uint8_t buffer[24] = { 0xC0, 0x4E, 0, 0, 0, 0, 16, 0 };
+    const std::uint32_t vendor = 0x00220008, version = 0x002200A4;
     const struct
     {
-        std::uint32_t code, in_size, out_size;
+        std::uint32_t code;
+        std::uint8_t length; // in the setup packet
+        std::uint32_t in_size, out_size;
         int expected;
     } cases[] = {
-        { 0x00220008, 23, 23, EINVAL }, // the setup packet asks for more than the buffer holds
-        { 0x00220008, 24, 11, EINVAL }, // the answer would not fit
-        { 0x00220008, 7, 7, EINVAL },   // no whole setup packet
-        { 0x0022000C, 24, 24, ENOTTY }, // not a request of the driver
-        { 0x002200A4, 0, 3, EINVAL },   // no room for the version
+        { vendor, 16, 23, 23, EINVAL },     // the setup packet asks for more than the buffer holds
+        { vendor, 16, 24, 11, EINVAL },     // the answer would not fit
+        { vendor, 0, 7, 7, EINVAL },        // no whole setup packet
+        { 0x0022000C, 16, 24, 24, ENOTTY }, // not a request of the driver
+        { version, 0, 0, 3, EINVAL },       // no room for the version
+        { vendor, 0, 8, 8, EPIPE },         // no data is a request too: sent, and the model stalls it
     };
     for (const auto& c : cases)
+    {
+        std::uint8_t buffer[24] = { 0xC0, 0x4E, 0, 0, 0, 0, c.length, 0 };
         EXPECT_EQ (thrown_code ([&] { qv::port<os_result>::control (handle, c.code, buffer, c.in_size, buffer, c.out_size); }),
                    c.expected)
             << std::hex << c.code << std::dec << " " << c.in_size << " " << c.out_size;
-    EXPECT_EQ (interface.setup_packets().size(), sent);
+    }
+    const auto packets = interface.setup_packets();
+    ASSERT_EQ (packets.size(), sent + 1);
+    EXPECT_EQ (packets.back(), (std::vector<std::uint8_t> { 0xC0, 0x4E, 0, 0, 0, 0, 0, 0 }));
+}
+
+TEST_F (usb_port, an_interface_opened_used_and_closed_leaves_no_descriptor_behind)
+{
+    usb.plug();
+    {
+        usb_driver once; // what the port keeps for the process (its event hub) is made now
+    }
+    const auto before = open_descriptors();
+    {
+        usb_driver driver;
+        driver.front()->transfer (true);
+        EXPECT_GT (open_descriptors().size(), before.size());
+    }
+    // The emulation closes its side of the node when it sees the panel's side close.
+    EXPECT_TRUE (pump_until ([&] { return open_descriptors() == before; }, 2000));
 }
 
 TEST_F (usb_port, an_interface_is_one_openers_alone)
