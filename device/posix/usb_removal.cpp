@@ -33,7 +33,7 @@ void announce (int handle)
 
 int watch (int handle, const std::shared_ptr<port<os_result>::window::link>& link)
 {
-    watched[handle] = { link, false };
+    watched[handle] = { link };
     return handle;
 }
 

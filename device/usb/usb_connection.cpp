@@ -153,10 +153,8 @@ void control (int handle, std::uint32_t code, const void* in, std::uint32_t in_s
     std::vector<std::uint8_t> data (request + protocol::setup_size, request + in_size);
     const int result = libusb_control_transfer (node.handle, request[0], request[1], value, index, data.data(), length,
                                                 transfer_timeout_ms);
-    if (result < 0)
-        fail (std::uint32_t (errno_of (result)));
     if (result != length)
-        fail (EPROTO);
+        fail (result < 0 ? std::uint32_t (errno_of (result)) : EPROTO);
     auto* reply = static_cast<std::uint8_t*> (out);
     std::memmove (reply, request, protocol::setup_size);
     std::memcpy (reply + protocol::setup_size, data.data(), length);

@@ -1,6 +1,7 @@
 #include "usb_ids.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 
@@ -12,25 +13,6 @@ const id built_in[] = {
 #include "usb_builtin_ids.inc"
 };
 
-bool parse_hex16 (const std::string& text, std::uint16_t& value)
-{
-    if (text.size() != 4)
-        return false;
-    unsigned n = 0;
-    for (const char c : text)
-    {
-        const int digit = c >= '0' && c <= '9' ? c - '0'
-                        : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                        : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                               : -1;
-        if (digit < 0)
-            return false;
-        n = n * 16 + unsigned (digit);
-    }
-    value = static_cast<std::uint16_t> (n);
-    return true;
-}
-
 std::string trimmed (const std::string& text)
 {
     const auto first = text.find_first_not_of (" \t");
@@ -39,6 +21,14 @@ std::string trimmed (const std::string& text)
     return text.substr (first, text.find_last_not_of (" \t") - first + 1);
 }
 } // namespace
+
+bool parse_id (const std::string& text, std::uint16_t& value)
+{
+    if (text.size() != 4 || ! std::all_of (text.begin(), text.end(), [] (unsigned char c) { return std::isxdigit (c); }))
+        return false;
+    value = static_cast<std::uint16_t> (std::stoul (text, nullptr, 16));
+    return true;
+}
 
 std::vector<std::string> parse_ids (const std::string& text, std::vector<id>& into)
 {
@@ -52,8 +42,8 @@ std::vector<std::string> parse_ids (const std::string& text, std::vector<id>& in
         id pair;
         if (! entry.empty())
         {
-            if (colon != std::string::npos && parse_hex16 (entry.substr (0, colon), pair.vendor)
-                && parse_hex16 (entry.substr (colon + 1), pair.product))
+            if (colon != std::string::npos && parse_id (entry.substr (0, colon), pair.vendor)
+                && parse_id (entry.substr (colon + 1), pair.product))
                 into.push_back (pair);
             else
                 malformed.push_back (entry);

@@ -16,6 +16,9 @@ struct id
     bool operator== (const id& other) const { return vendor == other.vendor && product == other.product; }
 };
 
+// Four hexadecimal digits, as USB IDs are written (in sysfs, lsusb and the variable).
+bool parse_id (const std::string& text, std::uint16_t& value);
+
 // The pairs in `text` are appended to `into`; the entries that are not a pair are
 // returned as written. Blanks around an entry and empty entries are allowed.
 std::vector<std::string> parse_ids (const std::string& text, std::vector<id>& into);

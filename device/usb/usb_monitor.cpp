@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 namespace qv::usb
 {
@@ -15,14 +14,7 @@ namespace
 bool read_id (udev_device* device, const char* attribute, std::uint16_t& value)
 {
     const char* text = udev_device_get_sysattr_value (device, attribute);
-    if (text == nullptr)
-        return false;
-    char* end = nullptr;
-    const unsigned long n = std::strtoul (text, &end, 16);
-    if (end == text || n > 0xFFFF)
-        return false;
-    value = static_cast<std::uint16_t> (n);
-    return true;
+    return text != nullptr && parse_id (text, value);
 }
 
 // The node of `device` when it is an interface, else empty.
@@ -95,12 +87,12 @@ void monitor::read (const std::function<void (const std::string&)>& added,
 {
     while (udev_device* device = udev_monitor_receive_device (events))
     {
-        const char* action = udev_device_get_action (device);
+        const char* given = udev_device_get_action (device);
+        const std::string action = given != nullptr ? given : "";
         const char* node = udev_device_get_devnode (device);
-        std::string arrived;
-        if (action != nullptr && std::strcmp (action, "add") == 0)
-            arrived = interface_node (device, interface_ids());
-        const std::string left = action != nullptr && node != nullptr && std::strcmp (action, "remove") == 0 ? node : "";
+        // Only "add" is an arrival: "bind" and "change" follow for a device that is there.
+        const std::string arrived = action == "add" ? interface_node (device, interface_ids()) : "";
+        const std::string left = action == "remove" && node != nullptr ? node : "";
         udev_device_unref (device);
         // The callbacks may run the message loop, which may read this monitor again.
         if (! arrived.empty())

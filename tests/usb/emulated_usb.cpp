@@ -268,7 +268,7 @@ void emulated_device::answer (urb& u)
             case VV_OK:
                 request->status = 0;
                 // usbfs counts the data stage only
-                request->actual_length = int (length - setup_size) - (f == fault::short_reply ? 1 : 0);
+                request->actual_length = f == fault::no_data ? 0 : int (length - setup_size) - (f == fault::short_reply ? 1 : 0);
                 if (changed != 0 && changed_watcher)
                     changed_watcher (std::vector<int> (model.block, model.block + VV_BLOCK_SIZE));
                 break;

@@ -32,6 +32,7 @@ public:
         stall,       // the interface stalls the request
         no_answer,   // the request is never completed (the caller times out)
         short_reply, // one byte less than asked
+        no_data,     // success, with no byte of what was asked
         vanish       // the interface is pulled while the request is under way
     };
 

@@ -76,8 +76,11 @@ TEST (usb_ids, a_list_of_pairs_is_read_and_what_is_not_a_pair_is_returned_as_wri
     } cases[] = {
         { "", {}, {} },
         { "1209:0001", { { 0x1209, 0x0001 } }, {} },
-        { " abCD:Ef09 ,, 0000:ffff,", { { 0xABCD, 0xEF09 }, { 0x0000, 0xFFFF } }, {} },
-        { "1209:1,12090:0001,1209-0001,12g9:0001,1209:0001:2,:", {}, { "1209:1", "12090:0001", "1209-0001", "12g9:0001", "1209:0001:2", ":" } },
+        { " abCD:Ef09 ,, 0000:ffff,A9F0:0fa9", { { 0xABCD, 0xEF09 }, { 0x0000, 0xFFFF }, { 0xA9F0, 0x0FA9 } }, {} },
+        { "1209:1,12090:0001,1209-0001,12g9:0001,1209:0001:2,:,120@:0001,120`:0001,120/:0001,+123:0001,0x12:0001",
+          {},
+          { "1209:1", "12090:0001", "1209-0001", "12g9:0001", "1209:0001:2", ":", "120@:0001", "120`:0001", "120/:0001",
+            "+123:0001", "0x12:0001" } },
         { "dead:beef,oops", { { 0xDEAD, 0xBEEF } }, { "oops" } },
     };
     for (const auto& c : cases)
@@ -262,6 +265,7 @@ TEST_F (usb_port, a_stall_a_timeout_and_a_short_reply_each_fail_with_their_code_
         { fault::stall, EPIPE, 0, 0.5 },
         { fault::no_answer, ETIMEDOUT, qv::usb::transfer_timeout_ms / 1000.0, qv::usb::transfer_timeout_ms / 1000.0 + 0.5 },
         { fault::short_reply, EPROTO, 0, 0.5 },
+        { fault::no_data, EPROTO, 0, 0.5 },
     };
     for (const auto& c : cases)
     {
