@@ -82,7 +82,11 @@ opened_node& entry (int handle)
 }
 } // namespace
 
-bool is_device_node (const std::string& path) { return path.rfind ("/dev/bus/usb/", 0) == 0; }
+bool is_device_node (const std::string& path)
+{
+    static const std::string folder = "/dev/bus/usb/";
+    return path.compare (0, folder.size(), folder) == 0;
+}
 
 int open (const std::string& node)
 {
