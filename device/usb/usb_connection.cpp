@@ -19,58 +19,42 @@ namespace qv::usb
 {
 namespace
 {
+// Each node has a libusb context of its own, which goes with it: libusb is only the
+// transfer engine here, the port finds the interfaces itself.
 struct opened_node
 {
     std::string node;
+    libusb_context* context = nullptr;
     libusb_device_handle* handle = nullptr;
 };
 
 std::map<int, opened_node> opened;
-libusb_context* context = nullptr; // while any node is open
 
 [[noreturn]] void fail (std::uint32_t code) { throw os_result (code); }
 
-libusb_context* shared_context()
+void release (const opened_node& n)
 {
-    if (context == nullptr)
-    {
-        // libusb is only the transfer engine here: the port finds the interfaces itself,
-        // and without discovery libusb starts no thread of its own.
-        libusb_set_option (nullptr, LIBUSB_OPTION_NO_DEVICE_DISCOVERY);
-        const int result = libusb_init (&context);
-        if (result != LIBUSB_SUCCESS)
-        {
-            context = nullptr;
-            fail (std::uint32_t (errno_of (result)));
-        }
-    }
-    return context;
+    if (n.handle != nullptr)
+        libusb_close (n.handle); // leaves the descriptor open
+    if (n.context != nullptr)
+        libusb_exit (n.context);
 }
 
-void release_unused_context()
+// libusb on the locked descriptor, for a device that is an interface.
+void wrap (int fd, opened_node& n)
 {
-    if (opened.empty() && context != nullptr)
-    {
-        libusb_exit (context);
-        context = nullptr;
-    }
-}
-
-libusb_device_handle* wrap (int fd)
-{
-    libusb_device_handle* handle = nullptr;
-    const int result = libusb_wrap_sys_device (shared_context(), fd, &handle);
+    // Without discovery libusb starts no thread of its own.
+    libusb_set_option (nullptr, LIBUSB_OPTION_NO_DEVICE_DISCOVERY);
+    int result = libusb_init (&n.context);
+    if (result == LIBUSB_SUCCESS)
+        result = libusb_wrap_sys_device (n.context, fd, &n.handle);
     if (result != LIBUSB_SUCCESS)
         fail (std::uint32_t (errno_of (result)));
     // The node may have been given to another device since it was listed.
     libusb_device_descriptor descriptor {};
-    if (libusb_get_device_descriptor (libusb_get_device (handle), &descriptor) != LIBUSB_SUCCESS
+    if (libusb_get_device_descriptor (libusb_get_device (n.handle), &descriptor) != LIBUSB_SUCCESS
         || ! is_interface (interface_ids(), { descriptor.idVendor, descriptor.idProduct }))
-    {
-        libusb_close (handle);
         fail (ENODEV);
-    }
-    return handle;
 }
 
 opened_node& entry (int handle)
@@ -93,19 +77,20 @@ int open (const std::string& node)
     const int fd = ::open (node.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
     if (fd < 0)
         fail (errno == EACCES ? access_denied : std::uint32_t (errno));
+    opened_node n { node };
     try
     {
         // The lock is what makes the interface this process's alone, as an exclusive
         // open does on Windows; every program of this family takes it.
         if (::flock (fd, LOCK_EX | LOCK_NB) != 0)
             fail (errno == EWOULDBLOCK ? EBUSY : std::uint32_t (errno));
-        auto* handle = wrap (fd);
-        opened[fd] = { node, handle };
+        wrap (fd, n);
+        opened[fd] = n;
     }
     catch (...)
     {
+        release (n);
         ::close (fd);
-        release_unused_context();
         throw;
     }
     return fd;
@@ -120,10 +105,9 @@ void close (int handle)
     const auto found = opened.find (handle);
     if (found == opened.end())
         return;
-    libusb_close (found->second.handle); // leaves the descriptor open
+    release (found->second);
     opened.erase (found);
     ::close (handle);
-    release_unused_context();
 }
 
 void control (int handle, std::uint32_t code, const void* in, std::uint32_t in_size, void* out,
