@@ -1,5 +1,6 @@
 #include "ctl/interface_choice.h"
 #include "ctl/bad_input.h"
+#include "device/device.h"
 
 #include <algorithm>
 #include <cctype>
@@ -18,11 +19,11 @@ std::string identity (std::string path)
     return path;
 }
 
-std::string connected (const interface_list& interfaces)
+std::string connected (const std::vector<std::string>& interfaces)
 {
     std::string out;
     for (std::size_t i = 0; i < interfaces.size(); ++i)
-        out += "\n  " + std::to_string (i + 1) + "  " + static_cast<const std::string&> (*interfaces[i]);
+        out += "\n  " + std::to_string (i + 1) + "  " + interfaces[i];
     return out;
 }
 
@@ -32,7 +33,7 @@ bool is_number (const std::string& text)
 }
 } // namespace
 
-std::size_t choose_interface (const interface_list& interfaces, const std::optional<std::string>& wanted)
+std::size_t choose_interface (const std::vector<std::string>& interfaces, const std::optional<std::string>& wanted)
 {
     if (! wanted)
     {
@@ -52,7 +53,7 @@ std::size_t choose_interface (const interface_list& interfaces, const std::optio
     {
         const auto path = identity (*wanted);
         for (std::size_t i = 0; i < interfaces.size(); ++i)
-            if (*interfaces[i] == path)
+            if (identity (interfaces[i]) == path)
                 return i;
     }
     throw bad_input ("no interface " + *wanted + (interfaces.empty() ? "; none is connected" : "; connected:" + connected (interfaces)));

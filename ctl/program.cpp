@@ -43,6 +43,14 @@ void show (const driver& interfaces, std::size_t i, const std::vector<control>& 
     console::out (json ? show_json (info_of (interfaces, i), controls, block) : show_text (info_of (interfaces, i), controls, block));
 }
 
+std::vector<std::string> paths_of (const driver& interfaces)
+{
+    std::vector<std::string> paths;
+    for (const auto& d : interfaces)
+        paths.push_back (*d);
+    return paths;
+}
+
 void set (device& d, const std::vector<assignment>& changes)
 {
     if (! has_block (d))
@@ -91,9 +99,9 @@ int run (const std::vector<std::string>& args)
         if (line.what == command::list)
             list (interfaces, line.json);
         else if (line.what == command::show)
-            show (interfaces, choose_interface (interfaces, line.interface_choice), controls, line.json);
+            show (interfaces, choose_interface (paths_of (interfaces), line.interface_choice), controls, line.json);
         else
-            set (*interfaces[choose_interface (interfaces, line.interface_choice)], changes);
+            set (*interfaces[choose_interface (paths_of (interfaces), line.interface_choice)], changes);
         return 0;
     }
     catch (const bad_input& e)
