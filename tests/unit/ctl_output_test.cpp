@@ -3,8 +3,11 @@
 #include "ctl/controls.h"
 #include "ctl/help.h"
 #include "ctl/json.h"
+#include "ctl/program.h"
 #include "ctl/report.h"
 #include "app/skin_root.h"
+
+#include "tests/support/allocation_failure.h"
 
 #include <gtest/gtest.h>
 
@@ -87,6 +90,11 @@ TEST (ctl_controls, any_skin_control_is_read_once_as_the_panel_reads_it)
     EXPECT_EQ (controls[2].name, "new-thing");
     EXPECT_TRUE (controls[2].is_switch);
     EXPECT_TRUE (controls_of ("<veltrano/>").empty());
+
+    // Two controls of one byte keep their document order.
+    const auto same = controls_of (R"(<veltrano><device><easy><b_1 id="4"/><a_2 id="4"/><c_3 id="4"/><z id="1"/></easy></device></veltrano>)");
+    ASSERT_EQ (same.size(), 4u);
+    EXPECT_EQ (same[1].name + same[2].name + same[3].name, "b-1a-2c-3");
 }
 
 TEST (ctl_controls, a_switch_is_on_only_at_its_on_byte_and_a_menu_names_only_its_steps)
@@ -203,4 +211,17 @@ TEST (ctl_help, lists_every_control_with_its_values)
     EXPECT_NE (help.find ("\n  phantom-1: on, off; or as a byte: 255, 0\n"), std::string::npos);
     EXPECT_NE (help.find ("\n  headset-source: 1/2, 3/4; or as a byte: 255, 0\n"), std::string::npos);
     EXPECT_NE (help.find ("\n  output-12: 0 dB, -0.5, "), std::string::npos);
+}
+
+TEST (ctl_program, out_of_memory_is_a_failure_in_words_not_a_crash)
+{
+    allocation_failure::scoped fail (1, sizeof (ctl::control)); // the first control read from the skin
+    ::testing::internal::CaptureStderr();
+    const int status = ctl::run ({ "--help" });
+    const auto said = ::testing::internal::GetCapturedStderr();
+    EXPECT_TRUE (fail.failed());
+    EXPECT_EQ (status, 1);
+#if ! defined(_WIN32) // there the tool writes through the system's handle, which gtest does not capture
+    EXPECT_EQ (said, "veltrano-ctl: out of memory\n");
+#endif
 }
