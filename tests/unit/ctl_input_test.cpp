@@ -215,7 +215,8 @@ TEST (ctl_interface_choice, by_number_by_path_or_the_only_one)
         { two, nullptr, "several interfaces are connected; choose one with --interface N or PATH:\n  1  /bus/a\n  2  /bus/B" },
         { two, "3", "no interface 3; connected:\n  1  /bus/a\n  2  /bus/B" },
         { two, "0", "no interface 0; connected:\n  1  /bus/a\n  2  /bus/B" },
-        { two, "99999999999", "no interface 99999999999; connected:\n  1  /bus/a\n  2  /bus/B" },
+        { two, "9999999999", "no interface 9999999999; connected:\n  1  /bus/a\n  2  /bus/B" }, // past 32 bits
+        { two, "1234567890123456789012345", "no interface 1234567890123456789012345; connected:\n  1  /bus/a\n  2  /bus/B" },
         { two, "/bus", "no interface /bus; connected:\n  1  /bus/a\n  2  /bus/B" },
         { none, "1", "no interface 1; none is connected" },
         { none, nullptr, "unavailable: no interface is connected" },
