@@ -13,10 +13,10 @@ namespace
 #if defined(_WIN32)
 void write (DWORD which, const std::string& text)
 {
+    // Without a handle (a stream closed by the caller) both writes fail, and nothing is lost
+    // that could have been shown.
     const HANDLE h = GetStdHandle (which);
     DWORD mode = 0, written = 0;
-    if (h == nullptr || h == INVALID_HANDLE_VALUE || text.empty())
-        return;
     if (GetConsoleMode (h, &mode))
     {
         const int n = MultiByteToWideChar (CP_UTF8, 0, text.data(), static_cast<int> (text.size()), nullptr, 0);
