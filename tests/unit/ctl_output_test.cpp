@@ -196,6 +196,7 @@ TEST (ctl_report, json_strings_escape_what_json_must_and_keep_only_valid_utf8)
         { "\n\t\x1f ", "\"\\u000a\\u0009\\u001f \"" },
         { "\xe2\x80\x9cq\xe2\x80\x9d \xf0\x9f\x8e\xb8 \xc3\xbc", "\"\xe2\x80\x9cq\xe2\x80\x9d \xf0\x9f\x8e\xb8 \xc3\xbc\"" },
         { "a\xff", "\"a\\u00ff\"" },
+        { "\x7f\x80", "\"\x7f\\u0080\"" }, // the last character of one byte, and the first byte that is none alone
         { "\xc3\xbc\xe2\x80", "\"\\u00c3\\u00bc\\u00e2\\u0080\"" }, // cut short at the end
         { "\xe2\x28\xa1", "\"\\u00e2(\\u00a1\"" },
         { "\xf8\x80\x80\x80\x80", "\"\\u00f8\\u0080\\u0080\\u0080\\u0080\"" },
