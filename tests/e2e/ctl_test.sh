@@ -156,7 +156,11 @@ check_json --json show -- '[.controls[] | .name] == ["output-12", "headset-12", 
 check_json --json show -- '.controls[8] == {"name": "hi-z", "value": "on", "byte": 9, "raw": 255, "tooltip": "Switch input 2 to Hi-Z instrument input (“guitar input”)"}'
 if [ "$platform" = windows ]; then
   # On a console (wine makes one of a terminal) the text goes as UTF-16: the quotes arrive whole.
-  on_console() { LANG=C.UTF-8 timeout 60 script -qec "stty cols 300; wine '$build/ctl/veltrano-ctl.exe' show" /dev/null | grep -qF "$1"; }
+  on_console() {
+    local shown
+    shown=$(LANG=C.UTF-8 timeout 60 script -qec "stty cols 300; wine '$build/ctl/veltrano-ctl.exe' show" /dev/null)
+    grep -qF "$1" <<<"$shown"
+  }
   check "show on a console: the Hi-Z tooltip with its typographic quotes" on_console "(“guitar input”)"
 fi
 check_json --json list -- '. == [{"index": 1, "path": "'"${path[a]//\\/\\\\}"'", "firmware": "1.1.1", "driver": "1.0.4"}]'
