@@ -1,5 +1,6 @@
 ; Windows installer of the panel. Built by the Windows build with:
-;   makensis -DEXE=... -DLICENSE=... -DOUTFILE=... [-DICON=...] kelto-veltrano.nsi
+;   makensis -DEXE=... -DCTL=... -DLICENSE=... -DOUTFILE=... [-DICON=...] kelto-veltrano.nsi
+; CTL is veltrano-ctl.exe, the command-line tool, installed beside the panel.
 ; A 64-bit installer, so it also runs where only 64-bit Windows programs run.
 Target amd64-unicode
 !include "MUI2.nsh"
@@ -9,6 +10,7 @@ Target amd64-unicode
 !define PUBLISHER "Kelto Audio"
 !define UNINSTALL_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\KeltoVeltrano"
 !define PROGRAM "KeltoVeltrano.exe"
+!define TOOL "veltrano-ctl.exe"
 
 Name "${PRODUCT}"
 OutFile "${OUTFILE}"
@@ -52,6 +54,7 @@ Section "Install"
   SetShellVarContext all
   SetOutPath "$INSTDIR"
   File "/oname=${PROGRAM}" "${EXE}"
+  File "/oname=${TOOL}" "${CTL}"
   File "/oname=LICENSE.txt" "${LICENSE}"
   WriteUninstaller "$INSTDIR\Uninstall.exe"
 
@@ -73,6 +76,7 @@ SectionEnd
 Section "Uninstall"
   SetShellVarContext all
   Delete "$INSTDIR\${PROGRAM}"
+  Delete "$INSTDIR\${TOOL}"
   Delete "$INSTDIR\LICENSE.txt"
   Delete "$INSTDIR\Uninstall.exe"
   RMDir "$INSTDIR"

@@ -79,10 +79,7 @@ juce::String accessibility::value_of (const button& control)
     if (! control.is_menu())
         return juce::translate (control.getToggleState() ? "On" : "Off");
     const int step = control.parameter_value();
-    for (juce::PopupMenu::MenuItemIterator items (control); items.next();)
-        if (! items.getItem().isSectionHeader && items.getItem().itemID == step)
-            return items.getItem().text;
-    return juce::String (step);
+    return control_element::item_text (control, step).value_or (juce::String (step));
 }
 
 juce::String accessibility::disabled_page()

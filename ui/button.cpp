@@ -1,6 +1,7 @@
 #include "ui/button.h"
 #include "ui/accessibility.h"
 #include "ui/attribute.h"
+#include "ui/control_element.h"
 #include "skin/image_lookup.h"
 
 #include <utility>
@@ -9,8 +10,6 @@ namespace
 {
     // No image carries this name, so a control without the attribute gets a null image.
     const juce::String no_image ("resource::???");
-
-    std::uint8_t low_byte (int value) { return static_cast<std::uint8_t> (value & 0xFF); }
 }
 
 std::function<int (juce::PopupMenu&, const juce::PopupMenu::Options&)> button::show_menu =
@@ -20,9 +19,9 @@ button::button (const juce::XmlElement& element, ::device& d)
     : juce::XmlElement (element),
       juce::ImageButton (element.getTagName()),
       device (&d),
-      id (static_cast<std::uint32_t> (integer_attribute (*this, "id"))),
-      min (low_byte (integer_attribute (*this, "min", 255))),
-      max (low_byte (integer_attribute (*this, "max", 0)))
+      id (control_element::parameter (*this)),
+      min (control_element::on_value (*this)),
+      max (control_element::off_value (*this))
 {
     const auto down = image_lookup (string_attribute (*this, "on", no_image));
     const auto over = image_lookup (string_attribute (*this, "over", no_image));
@@ -55,16 +54,8 @@ void button::fill_menu (juce::PopupMenu& menu, const juce::XmlElement& element)
 {
     if (has_attribute (element, "menu"))
         menu.addSectionHeader (juce::translate (string_attribute (element, "menu")));
-    for (auto* gain : element.getChildIterator())
-        menu.addItem (integer_attribute (*gain, "step"), string_attribute (*gain, "item"), true, false);
-}
-
-bool button::has_choices (const juce::PopupMenu& menu)
-{
-    for (juce::PopupMenu::MenuItemIterator items (menu); items.next();)
-        if (! items.getItem().isSeparator)
-            return true;
-    return false;
+    for (const auto& item : control_element::gain_items (element))
+        menu.addItem (item.step, item.text, true, false);
 }
 
 button::switch_step button::toggle (std::uint8_t current, std::uint8_t on, std::uint8_t off)
@@ -106,7 +97,7 @@ void button::clicked()
         auto options = juce::PopupMenu::Options();
         if (! isMouseOver (true))
             options = options.withTargetComponent (this);
-        value = low_byte (show_menu (*this, options));
+        value = control_element::written_byte (show_menu (*this, options));
         if (alive == nullptr)
             return; // the interface went while the menu was open, and its page with it
         if (value == 0)
@@ -122,8 +113,6 @@ void button::clicked()
 
     // The whole block round-trips so that the other bytes carry what the interface has now.
     juce::MouseCursor::showWaitCursor();
-    device->transfer (false);
-    *byte() = value;
-    device->transfer (true);
+    device->change ([this, value] (auto& block) { block[id] = value; });
     juce::MouseCursor::hideWaitCursor();
 }

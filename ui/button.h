@@ -1,6 +1,7 @@
 #pragma once
 
 #include "device/device.h"
+#include "ui/control_element.h"
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
@@ -25,9 +26,8 @@ public:
     // Named, with its role, state and value, for screen readers (ui/accessibility.cpp).
     std::unique_ptr<juce::AccessibilityHandler> createAccessibilityHandler() override;
 
-    // A menu with at least one item that is not a separator makes a menu button.
-    bool is_menu() const { return has_choices (*this); }
-    static bool has_choices (const juce::PopupMenu& menu);
+    // A `menu` title or any gain child makes a menu button.
+    bool is_menu() const { return control_element::has_menu (*this); }
 
     // What a switch click does with the byte as it stands: whether it shows on, and the
     // value it writes.

@@ -26,15 +26,24 @@ public:
         return protocol::decode_firmware (buffer);
     }
 
-    // Reads the block into `parameters` or sends `parameters`. Changing one byte is a
-    // read, the change, then a write, so the others go back as the interface has them.
-    // A failed read leaves `parameters` as it was.
+    // Reads the block into `parameters` or sends `parameters`. A failed read leaves
+    // `parameters` as it was.
     void transfer (bool write)
     {
         auto buffer = protocol::block_request (write, parameters);
         this->vendor_request (buffer.data(), static_cast<std::uint32_t> (buffer.size()));
         if (! write)
             protocol::block_reply (buffer, parameters);
+    }
+
+    // Changes bytes the one way the panel does: `set` is given the block as the interface
+    // has it now, and the whole block goes back. A failed read writes nothing.
+    template <class F>
+    void change (F&& set)
+    {
+        transfer (false);
+        set (parameters);
+        transfer (true);
     }
 
     std::uint32_t firmware = 0;

@@ -66,9 +66,10 @@ TEST (gain_menu, children_alone_make_a_menu_and_a_header_alone_makes_one_too)
     EXPECT_EQ (plain[1].id, 0); // garbage step reads as 0, which writes nothing
 
     auto header_only = juce::parseXML ("<c id=\"3\" menu=\"Levels\"/>");
-    const auto menu = menu_of (*header_only);
-    ASSERT_EQ (entries (menu).size(), 1u);
-    EXPECT_TRUE (button::has_choices (menu));
+    ASSERT_EQ (entries (menu_of (*header_only)).size(), 1u);
+    EXPECT_TRUE (control_element::has_menu (*header_only));
+    EXPECT_TRUE (control_element::has_menu (*children));
+    EXPECT_FALSE (control_element::has_menu (*juce::parseXML ("<c id=\"3\" tooltip=\"t\"/>")));
 }
 
 TEST (firmware_gate, opens_at_1_1_1_whatever_the_low_byte)

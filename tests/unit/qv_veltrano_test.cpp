@@ -67,9 +67,7 @@ TEST_F (qv_veltrano, read_modify_write_sends_every_byte_as_read_and_a_failed_rea
     hardware().block[0] = 0x5A; // the interface changed behind the panel's back
     hardware().block[15] = 0xA5;
 
-    d->transfer (false);
-    d->parameters[10] = 255;
-    d->transfer (true);
+    d->change ([] (auto& block) { block[10] = 255; });
 
     ints expected { 0x40, 0x4E, 0, 0, 0, 0, 16, 0 };
     for (int i = 0; i < 16; ++i)
@@ -80,7 +78,9 @@ TEST_F (qv_veltrano, read_modify_write_sends_every_byte_as_read_and_a_failed_rea
 
     hardware().faults.fail_after = 0;
     d->parameters[4] = 77;
-    EXPECT_EQ (thrown_code<exact_result> ([&] { d->transfer (false); }), 31);
+    const auto before = sys.requests.size();
+    EXPECT_EQ (thrown_code<exact_result> ([&] { d->change ([] (auto& block) { block[5] = 0; }); }), 31);
+    EXPECT_EQ (sys.requests.size(), before + 1) << "a failed read is not followed by a write";
     EXPECT_EQ (d->parameters[4], 77) << "a failed read leaves the panel's copy";
     EXPECT_EQ (d->parameters[5], 5 * 3 + 1);
 }
