@@ -66,4 +66,10 @@ check "the panel goes on: a click reaches the virtual interface" wait_byte v 10 
 
 close_panel
 check "the close button ends the panel (exit code $code)" test "$code" = 0
+
+# --- The command-line tool sees the interface on USB too -------------------------------------
+ctl=$(dirname "$(dirname "$program")")/ctl/veltrano-ctl
+said=$(umockdev-wrapper "$harness" "$scratch/usb.state" "$commands" "$ctl" set --interface /dev/bus/usb/001/002 phantom-1=on)
+check "veltrano-ctl sets phantom power 1 on the interface on USB ($said)" test "$said" = "phantom-1: off -> on"
+check "which writes 255 into byte 10" test "$(byte usb 10)" = 255
 passed
