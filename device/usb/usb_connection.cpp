@@ -34,9 +34,8 @@ std::map<int, opened_node> opened;
 
 void release (const opened_node& n)
 {
-    if (n.handle != nullptr)
-        libusb_close (n.handle); // leaves the descriptor open
-    if (n.context != nullptr)
+    libusb_close (n.handle); // takes null; leaves the descriptor open
+    if (n.context != nullptr) // null would be libusb's default context
         libusb_exit (n.context);
 }
 
