@@ -7,142 +7,81 @@
 #include <cstdio>
 #include <cstring>
 #include <linux/usbdevice_fs.h>
-#include <sys/ioctl.h>
 #include <stdexcept>
+#include <sys/ioctl.h>
 
 namespace
 {
-constexpr std::size_t setup_size = 8;
-
-std::vector<std::uint8_t> descriptors_of (std::uint16_t vendor, std::uint16_t product)
-{
-    return {
-        // device: USB 2.0, class per interface, 64-byte endpoint 0, one configuration
-        18, 1, 0x00, 0x02, 0, 0, 0, 64, std::uint8_t (vendor), std::uint8_t (vendor >> 8),
-        std::uint8_t (product), std::uint8_t (product >> 8), 0x00, 0x01, 0, 0, 0, 1,
-        // configuration 1, one interface, bus powered
-        9, 2, 18, 0, 1, 1, 0, 0x80, 50,
-        // interface 0, vendor specific, no endpoints
-        9, 4, 0, 0, 0, 0xFF, 0, 0, 0,
-    };
-}
-
-std::string hex (const std::vector<std::uint8_t>& bytes)
-{
-    std::string text;
-    char pair[3];
-    for (auto b : bytes)
-    {
-        std::snprintf (pair, sizeof pair, "%02x", b);
-        text += pair;
-    }
-    return text;
-}
+constexpr int setup_size = 8;
 
 void unref (UMockdevIoctlData* data)
 {
     if (data != nullptr)
         g_object_unref (data);
 }
+
+usbdevfs_urb& urb_of (UMockdevIoctlData* data) { return *reinterpret_cast<usbdevfs_urb*> (data->data); }
 } // namespace
 
-emulated_device::emulated_device (std::uint16_t vendor_id, std::uint16_t product_id, int n, const vv_model& state)
-    : vendor (vendor_id), product (product_id), number (n), descriptors (descriptors_of (vendor_id, product_id)),
-      model (state)
+emulated_device::emulated_device (std::uint16_t vendor_id, std::uint16_t product_id, int n, const vv_model& model)
+    : vendor (vendor_id), product (product_id), number (n)
 {
     char name[32];
     std::snprintf (name, sizeof name, "/dev/bus/usb/001/%03d", number);
     device_node = name;
     sys_path = "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-" + std::to_string (number);
-    ioctl_handler = umockdev_ioctl_base_new();
-    g_signal_connect (ioctl_handler, "handle-ioctl", G_CALLBACK (&emulated_device::on_ioctl), this);
-    g_signal_connect (ioctl_handler, "handle-read", G_CALLBACK (&emulated_device::on_read), this);
+    descriptors = {
+        // device: USB 2.0, class per interface, 64-byte endpoint 0, one configuration
+        18, 1, 0x00, 0x02, 0, 0, 0, 64, std::uint8_t (vendor), std::uint8_t (vendor >> 8), std::uint8_t (product),
+        std::uint8_t (product >> 8), 0x00, 0x01, 0, 0, 0, 1,
+        // configuration 1 with one vendor-specific interface and no endpoints
+        9, 2, 18, 0, 1, 1, 0, 0x80, 50, 9, 4, 0, 0, 0, 0xFF, 0, 0, 0,
+    };
+    now.model = model;
+    handler = umockdev_ioctl_base_new();
+    g_signal_connect (handler, "handle-ioctl", G_CALLBACK (&emulated_device::on_ioctl), this);
+    g_signal_connect (handler, "handle-read", G_CALLBACK (&emulated_device::on_read), this);
 }
 
 emulated_device::~emulated_device()
 {
-    std::lock_guard<std::mutex> hold (lock);
     for (auto& u : urbs)
     {
         unref (u.urb_data);
         unref (u.buffer_data);
     }
-    g_object_unref (ioctl_handler);
+    g_object_unref (handler);
 }
 
 std::string emulated_device::description() const
 {
-    char numbers[64];
-    std::snprintf (numbers, sizeof numbers, "%04x/%x/100", vendor, product);
-    std::string text = "P: " + sys_path.substr (4) + "\nN: " + device_node.substr (5) + "\n";
-    text += "E: SUBSYSTEM=usb\nE: DEVTYPE=usb_device\nE: DRIVER=usb\nE: DEVNAME=" + device_node + "\n";
-    text += "E: BUSNUM=001\nE: DEVNUM=" + device_node.substr (device_node.size() - 3) + "\nE: PRODUCT=" + numbers + "\n";
-    std::snprintf (numbers, sizeof numbers, "A: idVendor=%04x\\n\nA: idProduct=%04x\\n\n", vendor, product);
-    text += numbers;
-    text += "A: busnum=1\\n\nA: devnum=" + std::to_string (number) + "\\n\nA: speed=480\\n\n";
-    text += "A: bConfigurationValue=1\\n\nA: dev=189:" + std::to_string (number - 1) + "\\n\n";
-    text += "H: descriptors=" + hex (descriptors) + "\n";
+    std::string hex;
+    for (auto b : descriptors)
+        hex += "0123456789abcdef"[b >> 4], hex += "0123456789abcdef"[b & 15];
+    char text[1024];
+    std::snprintf (text, sizeof text,
+                   "P: %s\nN: %s\nE: SUBSYSTEM=usb\nE: DEVTYPE=usb_device\nE: DRIVER=usb\nE: DEVNAME=%s\n"
+                   "E: BUSNUM=001\nE: DEVNUM=%03d\nE: PRODUCT=%x/%x/100\nA: idVendor=%04x\\n\nA: idProduct=%04x\\n\n"
+                   "A: busnum=1\\n\nA: devnum=%d\\n\nA: speed=480\\n\nA: bConfigurationValue=1\\n\nA: dev=189:%d\\n\n"
+                   "H: descriptors=%s\n",
+                   sys_path.c_str() + 4, device_node.c_str() + 5, device_node.c_str(), number, vendor, product, vendor,
+                   product, number, number - 1, hex.c_str());
     return text;
 }
 
-std::vector<int> emulated_device::block() const
+std::vector<int> emulated_device::block()
 {
-    std::lock_guard<std::mutex> hold (lock);
-    return std::vector<int> (model.block, model.block + VV_BLOCK_SIZE);
+    return state ([] (record& r) { return std::vector<int> (r.model.block, r.model.block + VV_BLOCK_SIZE); });
 }
 
 void emulated_device::set_block (const std::vector<int>& bytes)
 {
-    std::lock_guard<std::mutex> hold (lock);
-    for (std::size_t i = 0; i < VV_BLOCK_SIZE && i < bytes.size(); ++i)
-        model.block[i] = static_cast<std::uint8_t> (bytes[i]);
-}
-
-void emulated_device::fail_next (fault f)
-{
-    std::lock_guard<std::mutex> hold (lock);
-    next_fault = f;
-}
-
-std::vector<unsigned long> emulated_device::ioctls() const
-{
-    std::lock_guard<std::mutex> hold (lock);
-    return seen;
-}
-
-int emulated_device::reads() const
-{
-    std::lock_guard<std::mutex> hold (lock);
-    return descriptor_reads;
-}
-
-std::vector<std::vector<std::uint8_t>> emulated_device::setup_packets() const
-{
-    std::lock_guard<std::mutex> hold (lock);
-    return packets;
-}
-
-void emulated_device::on_change (std::function<void (const std::vector<int>&)> watcher)
-{
-    std::lock_guard<std::mutex> hold (lock);
-    changed_watcher = std::move (watcher);
-}
-
-int emulated_device::on_ioctl (UMockdevIoctlBase*, UMockdevIoctlClient* client, emulated_device* self)
-{
-    self->ioctl (client);
-    return TRUE;
+    state ([&] (record& r) { std::copy (bytes.begin(), bytes.end(), r.model.block); });
 }
 
 int emulated_device::on_read (UMockdevIoctlBase*, UMockdevIoctlClient* client, emulated_device* self)
 {
-    std::lock_guard<std::mutex> hold (self->lock);
-    ++self->descriptor_reads;
-    if (self->gone)
-    {
-        umockdev_ioctl_client_complete (client, -1, ENODEV);
-        return TRUE;
-    }
+    // libusb reads the descriptors from the node it was given.
     auto* arg = umockdev_ioctl_client_get_arg (client);
     const auto n = std::min<std::size_t> (self->descriptors.size(), std::size_t (arg->data_len));
     std::memcpy (arg->data, self->descriptors.data(), n);
@@ -150,89 +89,46 @@ int emulated_device::on_read (UMockdevIoctlBase*, UMockdevIoctlClient* client, e
     return TRUE;
 }
 
-void emulated_device::ioctl (UMockdevIoctlClient* client)
+int emulated_device::on_ioctl (UMockdevIoctlBase*, UMockdevIoctlClient* client, emulated_device* self)
 {
     const unsigned long request = umockdev_ioctl_client_get_request (client);
-    const std::size_t size = (request >> _IOC_SIZESHIFT) & _IOC_SIZEMASK;
-    UMockdevIoctlData* arg = umockdev_ioctl_client_get_arg (client);
-
-    std::lock_guard<std::mutex> hold (lock);
-    seen.push_back (request);
-    if (gone && request != USBDEVFS_REAPURBNDELAY && request != USBDEVFS_DISCARDURB)
-    {
-        umockdev_ioctl_client_complete (client, -1, ENODEV);
-        return;
-    }
-    UMockdevIoctlData* data = size > 0 ? umockdev_ioctl_data_resolve (arg, 0, size, nullptr) : arg;
+    UMockdevIoctlData* data = umockdev_ioctl_data_resolve (umockdev_ioctl_client_get_arg (client), 0,
+                                                           (request >> _IOC_SIZESHIFT) & _IOC_SIZEMASK, nullptr);
+    std::lock_guard<std::mutex> hold (self->lock);
+    self->now.ioctls.push_back (request);
+    // What libusb cannot do without; the rest it does without, as with a kernel that lacks it.
     if (data == nullptr)
-    {
         umockdev_ioctl_client_complete (client, -1, EFAULT);
-        return;
-    }
-    switch (request)
+    else if (self->now.gone && request != USBDEVFS_REAPURBNDELAY && request != USBDEVFS_DISCARDURB)
+        umockdev_ioctl_client_complete (client, -1, ENODEV);
+    else if (request == USBDEVFS_CONNECTINFO)
     {
-        case USBDEVFS_GET_CAPABILITIES:
-            *reinterpret_cast<std::uint32_t*> (data->data) = USBDEVFS_CAP_BULK_CONTINUATION | USBDEVFS_CAP_NO_PACKET_SIZE_LIM
-                                                           | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
-            umockdev_ioctl_client_complete (client, 0, 0);
-            break;
-        case USBDEVFS_GET_SPEED:
-            umockdev_ioctl_client_complete (client, 3 /* high speed */, 0);
-            break;
-        case USBDEVFS_CONNECTINFO:
-            reinterpret_cast<usbdevfs_connectinfo*> (data->data)->devnum = static_cast<unsigned> (number);
-            reinterpret_cast<usbdevfs_connectinfo*> (data->data)->slow = 0;
-            umockdev_ioctl_client_complete (client, 0, 0);
-            break;
-        case USBDEVFS_CONTROL:
-        {
-            // Only the standard request libusb asks on its own: which configuration is active.
-            auto* transfer = reinterpret_cast<usbdevfs_ctrltransfer*> (data->data);
-            if (transfer->bRequestType == 0x80 && transfer->bRequest == 8 && transfer->wLength == 1)
-            {
-                auto* answer = umockdev_ioctl_data_resolve (data, offsetof (usbdevfs_ctrltransfer, data), 1, nullptr);
-                answer->data[0] = 1;
-                umockdev_ioctl_client_complete (client, 1, 0);
-                unref (answer);
-            }
-            else
-                umockdev_ioctl_client_complete (client, -1, EPIPE);
-            break;
-        }
-        case USBDEVFS_SUBMITURB:
-            submit (client, data);
-            break;
-        case USBDEVFS_REAPURB:
-        case USBDEVFS_REAPURBNDELAY:
-            reap (client, data);
-            break;
-        case USBDEVFS_DISCARDURB:
-            discard (client, data);
-            break;
-        default:
-            umockdev_ioctl_client_complete (client, -1, ENOTTY);
+        reinterpret_cast<usbdevfs_connectinfo*> (data->data)->devnum = unsigned (self->number);
+        umockdev_ioctl_client_complete (client, 0, 0);
     }
-    if (data != arg)
-        unref (data);
+    else if (request == USBDEVFS_SUBMITURB)
+        self->submit (client, data);
+    else if (request == USBDEVFS_REAPURBNDELAY)
+        self->reap (client, data);
+    else if (request == USBDEVFS_DISCARDURB)
+        self->discard (client, data);
+    else
+        umockdev_ioctl_client_complete (client, -1, ENOTTY);
+    unref (data);
+    return TRUE;
 }
 
 void emulated_device::submit (UMockdevIoctlClient* client, UMockdevIoctlData* data)
 {
-    auto* request = reinterpret_cast<usbdevfs_urb*> (data->data);
-    if (request->type != USBDEVFS_URB_TYPE_CONTROL || request->endpoint != 0
-        || request->buffer_length < int (setup_size))
-    {
-        umockdev_ioctl_client_complete (client, -1, EINVAL);
-        return;
-    }
-    urb u;
-    u.urb_data = UMOCKDEV_IOCTL_DATA (g_object_ref (data));
-    u.buffer_data = umockdev_ioctl_data_resolve (data, offsetof (usbdevfs_urb, buffer),
-                                                 std::size_t (request->buffer_length), nullptr);
+    const auto& request = urb_of (data);
+    urb u { UMOCKDEV_IOCTL_DATA (g_object_ref (data)) };
+    if (request.type == USBDEVFS_URB_TYPE_CONTROL && request.endpoint == 0 && request.buffer_length >= setup_size)
+        u.buffer_data = umockdev_ioctl_data_resolve (data, offsetof (usbdevfs_urb, buffer),
+                                                     std::size_t (request.buffer_length), nullptr);
     if (u.buffer_data == nullptr)
     {
         unref (u.urb_data);
-        umockdev_ioctl_client_complete (client, -1, EFAULT);
+        umockdev_ioctl_client_complete (client, -1, EINVAL);
         return;
     }
     answer (u);
@@ -242,60 +138,45 @@ void emulated_device::submit (UMockdevIoctlClient* client, UMockdevIoctlData* da
 
 void emulated_device::answer (urb& u)
 {
-    auto* request = reinterpret_cast<usbdevfs_urb*> (u.urb_data->data);
+    auto& request = urb_of (u.urb_data);
     std::uint8_t* buffer = u.buffer_data->data;
-    const auto length = static_cast<std::uint32_t> (request->buffer_length);
-    packets.emplace_back (buffer, buffer + setup_size);
-
-    const fault f = next_fault;
-    next_fault = fault::none;
-    request->actual_length = 0;
+    const auto length = std::uint32_t (request.buffer_length);
+    now.setup_packets.emplace_back (buffer, buffer + setup_size);
+    const fault f = now.next_fault;
+    now.next_fault = fault::none;
+    request.actual_length = 0; // of the data stage, as usbfs counts
+    request.status = -EPIPE;
     u.ready = f != fault::no_answer;
-    if (f == fault::stall)
-        request->status = -EPIPE;
-    else if (f == fault::vanish)
+    std::uint32_t written = 0, changed = 0;
+    if (f == fault::vanish)
+        now.gone = true, request.status = -ENODEV;
+    else if (f == fault::no_answer || f == fault::stall)
+        ;
+    else if (const auto status = vv_model_request (&now.model, VV_IOCTL_VENDOR_REQUEST, buffer, length, length, &written, &changed);
+             status == VV_VANISHED)
+        now.gone = true, request.status = -ENODEV;
+    else if (status == VV_OK)
     {
-        request->status = -ENODEV;
-        gone = true;
-    }
-    else if (f == fault::no_answer)
-        request->status = -EINPROGRESS;
-    else
-    {
-        std::uint32_t written = 0, changed = 0;
-        switch (vv_model_request (&model, VV_IOCTL_VENDOR_REQUEST, buffer, length, length, &written, &changed))
-        {
-            case VV_OK:
-                request->status = 0;
-                // usbfs counts the data stage only
-                request->actual_length = f == fault::no_data ? 0 : int (length - setup_size) - (f == fault::short_reply ? 1 : 0);
-                if (changed != 0 && changed_watcher)
-                    changed_watcher (std::vector<int> (model.block, model.block + VV_BLOCK_SIZE));
-                break;
-            case VV_VANISHED:
-                request->status = -ENODEV;
-                gone = true;
-                break;
-            case VV_FAILED:
-                request->status = -EPIPE;
-                break;
-        }
+        request.status = 0;
+        request.actual_length = f == fault::no_data ? 0 : int (length) - setup_size - (f == fault::short_reply);
+        if (changed != 0 && now.on_change)
+            now.on_change (std::vector<int> (now.model.block, now.model.block + VV_BLOCK_SIZE));
     }
 }
 
 void emulated_device::reap (UMockdevIoctlClient* client, UMockdevIoctlData* data)
 {
-    for (auto it = urbs.begin(); it != urbs.end(); ++it)
-        if (it->ready)
-        {
-            umockdev_ioctl_data_set_ptr (data, 0, it->urb_data);
-            umockdev_ioctl_client_complete (client, 0, 0);
-            unref (it->urb_data);
-            unref (it->buffer_data);
-            urbs.erase (it);
-            return;
-        }
-    umockdev_ioctl_client_complete (client, -1, gone ? ENODEV : EAGAIN);
+    const auto ready = std::find_if (urbs.begin(), urbs.end(), [] (const urb& u) { return u.ready; });
+    if (ready == urbs.end())
+    {
+        umockdev_ioctl_client_complete (client, -1, now.gone ? ENODEV : EAGAIN);
+        return;
+    }
+    umockdev_ioctl_data_set_ptr (data, 0, ready->urb_data);
+    umockdev_ioctl_client_complete (client, 0, 0);
+    unref (ready->urb_data);
+    unref (ready->buffer_data);
+    urbs.erase (ready);
 }
 
 void emulated_device::discard (UMockdevIoctlClient* client, UMockdevIoctlData* data)
@@ -303,7 +184,7 @@ void emulated_device::discard (UMockdevIoctlClient* client, UMockdevIoctlData* d
     for (auto& u : urbs)
         if (u.urb_data->client_addr == *reinterpret_cast<gulong*> (data->data) && ! u.ready)
         {
-            reinterpret_cast<usbdevfs_urb*> (u.urb_data->data)->status = -ENOENT;
+            urb_of (u.urb_data).status = -ENOENT;
             u.ready = true;
             umockdev_ioctl_client_complete (client, 0, 0);
             return;
@@ -311,9 +192,8 @@ void emulated_device::discard (UMockdevIoctlClient* client, UMockdevIoctlData* d
     umockdev_ioctl_client_complete (client, -1, EINVAL);
 }
 
-emulated_usb::emulated_usb()
+emulated_usb::emulated_usb() : testbed (umockdev_testbed_new())
 {
-    testbed = umockdev_testbed_new();
     if (! umockdev_in_mock_environment())
     {
         g_object_unref (testbed);
@@ -326,7 +206,6 @@ emulated_usb::~emulated_usb()
     for (auto& d : devices)
         umockdev_testbed_detach_ioctl (testbed, d->node().c_str(), nullptr);
     g_object_unref (testbed); // removes its folder
-    devices.clear();
 }
 
 emulated_device& emulated_usb::plug (const std::string& firmware, std::uint16_t vendor, std::uint16_t product,
@@ -340,10 +219,10 @@ emulated_device& emulated_usb::plug (const std::string& firmware, std::uint16_t 
     auto& device = *devices.back();
     GError* error = nullptr;
     // The handler first: the node that adding makes is then served by it.
-    if (! umockdev_testbed_attach_ioctl (testbed, device.node().c_str(), device.handler(), &error)
+    if (! umockdev_testbed_attach_ioctl (testbed, device.node().c_str(), device.handler, &error)
         || ! umockdev_testbed_add_from_string (testbed, device.description().c_str(), &error))
     {
-        const std::string why = error != nullptr ? error->message : "unknown";
+        const std::string why = error->message;
         g_clear_error (&error);
         throw std::runtime_error ("umockdev: " + why);
     }
@@ -354,25 +233,21 @@ emulated_device& emulated_usb::plug (const std::string& firmware, std::uint16_t 
 
 void emulated_usb::unplug (emulated_device& device)
 {
-    {
+    device.state ([&] (emulated_device::record& r) {
         // What was under way ends as the kernel ends it for a device that left.
-        std::lock_guard<std::mutex> hold (device.lock);
-        device.gone = true;
+        r.gone = true;
         for (auto& u : device.urbs)
             if (! u.ready)
-            {
-                reinterpret_cast<usbdevfs_urb*> (u.urb_data->data)->status = -ENODEV;
-                u.ready = true;
-            }
-    }
+                urb_of (u.urb_data).status = -ENODEV, u.ready = true;
+    });
     umockdev_testbed_uevent (testbed, device.syspath().c_str(), "remove");
     umockdev_testbed_remove_device (testbed, device.syspath().c_str());
 }
 
-std::string emulated_usb::root() const
+std::string emulated_usb::file_of (const std::string& node) const
 {
-    gchar* dir = umockdev_testbed_get_root_dir (testbed);
-    std::string path = dir;
-    g_free (dir);
+    gchar* root = umockdev_testbed_get_root_dir (testbed);
+    const std::string path = root + node;
+    g_free (root);
     return path;
 }

@@ -30,10 +30,21 @@ public:
     {
         none,
         stall,       // the interface stalls the request
-        no_answer,   // the request is never completed (the caller times out)
+        no_answer,   // never completed (the caller times out, or the interface is pulled)
         short_reply, // one byte less than asked
         no_data,     // success, with no byte of what was asked
         vanish       // the interface is pulled while the request is under way
+    };
+
+    // What the device has lived through; read and changed under its lock (state()).
+    struct record
+    {
+        vv_model model;
+        fault next_fault = fault::none;
+        bool gone = false;
+        std::vector<unsigned long> ioctls;                       // every request seen, in order
+        std::vector<std::vector<std::uint8_t>> setup_packets;    // of the control transfers
+        std::function<void (const std::vector<int>&)> on_change; // the block after a write changed it
     };
 
     emulated_device (std::uint16_t vendor, std::uint16_t product, int number, const vv_model& model);
@@ -43,21 +54,21 @@ public:
 
     const std::string& node() const { return device_node; }
     const std::string& syspath() const { return sys_path; }
-    std::string description() const; // the testbed's record of the device
 
-    std::vector<int> block() const;
+    template <class F>
+    auto state (F&& f)
+    {
+        std::lock_guard<std::mutex> hold (lock);
+        return f (now);
+    }
+    std::vector<int> block();
     void set_block (const std::vector<int>& bytes);
-    void fail_next (fault f);
-    std::vector<unsigned long> ioctls() const; // every request seen, in order
-    int reads() const;                         // descriptor reads
-    std::vector<std::vector<std::uint8_t>> setup_packets() const; // of the control transfers answered
-
-    // Called on the testbed's thread with the block after each write that changed it.
-    void on_change (std::function<void (const std::vector<int>&)> watcher);
-
-    UMockdevIoctlBase* handler() const { return ioctl_handler; }
+    void fail_next (fault f) { state ([f] (record& r) { r.next_fault = f; }); }
+    std::vector<unsigned long> ioctls() { return state ([] (record& r) { return r.ioctls; }); }
+    std::vector<std::vector<std::uint8_t>> setup_packets() { return state ([] (record& r) { return r.setup_packets; }); }
 
 private:
+    friend class emulated_usb;
     struct urb
     {
         UMockdevIoctlData* urb_data = nullptr;
@@ -67,29 +78,20 @@ private:
 
     static int on_ioctl (UMockdevIoctlBase*, UMockdevIoctlClient* client, emulated_device* self);
     static int on_read (UMockdevIoctlBase*, UMockdevIoctlClient* client, emulated_device* self);
-    void ioctl (UMockdevIoctlClient* client);
     void submit (UMockdevIoctlClient* client, UMockdevIoctlData* arg);
     void reap (UMockdevIoctlClient* client, UMockdevIoctlData* arg);
     void discard (UMockdevIoctlClient* client, UMockdevIoctlData* arg);
     void answer (urb& u);
+    std::string description() const; // the testbed's record of the device
 
     std::string device_node, sys_path;
     std::uint16_t vendor, product;
     int number;
     std::vector<std::uint8_t> descriptors;
-    UMockdevIoctlBase* ioctl_handler = nullptr;
-
-    mutable std::mutex lock;
-    vv_model model;
-    fault next_fault = fault::none;
-    bool gone = false;
+    UMockdevIoctlBase* handler = nullptr;
+    std::mutex lock;
+    record now;
     std::deque<urb> urbs;
-    std::vector<unsigned long> seen;
-    std::vector<std::vector<std::uint8_t>> packets;
-    int descriptor_reads = 0;
-    std::function<void (const std::vector<int>&)> changed_watcher;
-
-    friend class emulated_usb;
 };
 
 class emulated_usb
@@ -100,14 +102,13 @@ public:
     emulated_usb (const emulated_usb&) = delete;
     emulated_usb& operator= (const emulated_usb&) = delete;
 
-    // Plugs in an interface with the model's state; `announce` sends udev's "add".
+    // Plugs in an interface with the model's power-on state; `announce` sends udev's "add".
     emulated_device& plug (const std::string& firmware = "1.1.1", std::uint16_t vendor = test_vendor,
                            std::uint16_t product = test_product, bool announce = true);
-    // Sends udev's "remove"; the device answers ENODEV from then on.
+    // Sends udev's "remove"; requests under way end, later ones fail with ENODEV.
     void unplug (emulated_device& device);
 
-    std::string root() const; // the testbed's folder
-    std::string file_of (const std::string& node) const { return root() + node; }
+    std::string file_of (const std::string& node) const; // a node's file in the testbed
 
 private:
     UMockdevTestbed* testbed = nullptr;

@@ -41,7 +41,9 @@ void write_state (const std::string& path, const std::vector<int>& block)
 emulated_device& plug (emulated_usb& usb, const std::string& state, bool announce)
 {
     auto& device = usb.plug ("1.1.1", test_vendor, test_product, announce);
-    device.on_change ([state] (const std::vector<int>& block) { write_state (state, block); });
+    device.state ([state] (emulated_device::record& r) {
+        r.on_change = [state] (const std::vector<int>& block) { write_state (state, block); };
+    });
     write_state (state, device.block());
     return device;
 }

@@ -150,7 +150,6 @@ TEST_F (usb_port, interfaces_are_listed_by_node_before_virtual_ones_and_other_de
         EXPECT_EQ (driver[1]->firmware, 0x01020300u);
     }
     EXPECT_TRUE (other.ioctls().empty());
-    EXPECT_EQ (other.reads(), 0);
     // Should its node be listed by mistake (numbers are given again), it is not spoken to.
     EXPECT_EQ (thrown_code ([&] { qv::port<os_result>::open (other.node()); }), ENODEV);
     EXPECT_TRUE (other.setup_packets().empty());
