@@ -61,7 +61,8 @@ unsigned char* png_decode_bgra (const void* bytes, size_t size, unsigned long lo
     png_read_info (png, info);
     w = png_get_image_width (png, info);
     h = png_get_image_height (png, info);
-    if (w == 0 || h == 0 || (unsigned long long) w * h > max_pixels)
+    /* libpng itself refuses a side of 0 */
+    if ((unsigned long long) w * h > max_pixels)
         png_error (png, "size");
 
     png_set_expand (png);

@@ -92,7 +92,8 @@ TEST (skin_images, a_png_beside_the_program_wins)
 {
     const auto image = beside_program (small_red_picture (juce::PNGImageFormat()));
     EXPECT_EQ (image.getBounds(), juce::Rectangle<int> (3, 2));
-    EXPECT_EQ (image.getPixelAt (1, 1), juce::Colours::red);
+    EXPECT_EQ (image.getPixelAt (0, 0), juce::Colours::red) << "first row and column";
+    EXPECT_EQ (image.getPixelAt (2, 1), juce::Colours::red) << "last row and column";
     EXPECT_TRUE (double_size_render (image).isNull()) << "a picture from a file has no 2x render";
     // Without an alpha channel the picture is opaque.
     EXPECT_EQ (beside_program (small_red_picture (juce::PNGImageFormat(), 4, juce::Image::RGB, juce::Colours::blue)).getPixelAt (3, 1),
