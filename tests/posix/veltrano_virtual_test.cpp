@@ -47,13 +47,18 @@ TEST (veltrano_virtual, the_state_file_is_never_written_through_a_planted_link)
 TEST (veltrano_virtual, of_two_hosts_started_with_one_name_one_plugs_in_and_the_other_exits_2)
 {
     temporary_bus bus;
-    virtual_interface one (bus, "a", {}, false), two (bus, "a", {}, false);
+    std::vector<int> block;
+    for (int i = 0; i < 16; ++i)
+        block.push_back (255 - i * 17);
+    virtual_interface one (bus, "a", block_option (block), false), two (bus, "a", block_option (block), false);
     for (int waited = 0; waited < 3000 && one.running() && two.running(); waited += 2)
         ::usleep (2000);
     virtual_interface& plugged = one.running() ? one : two;
     virtual_interface& refused = one.running() ? two : one;
     EXPECT_EQ (refused.wait_for_exit (0), 2) << refused.output();
+    EXPECT_NE (refused.output().find ("plugged in already"), std::string::npos) << "what it wrote to stderr";
     EXPECT_TRUE (plugged.running());
+    EXPECT_EQ (plugged.block(), block);
     EXPECT_EQ (::access (plugged.path().c_str(), F_OK), 0);
 }
 
