@@ -60,31 +60,55 @@ namespace
     {
         return juce::String (file).replace (".png", "@2x.png");
     }
+
+    juce::Image built_in_picture (const juce::String& reference)
+    {
+        for (auto row = std::rbegin (rows); row != std::rend (rows); ++row)
+        {
+            if (reference != row->reference)
+                continue;
+            auto* png = find_embedded (skin::images::files, row->file);
+            if (png == nullptr)
+                return {};
+            auto picture = juce::ImageCache::getFromMemory (png->data, (int) png->size);
+            if (auto* properties = picture.getProperties(); properties != nullptr && ! properties->contains (render_2x()))
+                properties->set (render_2x(), name_2x (row->file));
+            return picture;
+        }
+        return {};
+    }
+
+    unsigned long long pixels_2x (const juce::Image& picture)
+    {
+        return 4ull * (unsigned long long) picture.getWidth() * (unsigned long long) picture.getHeight();
+    }
+
+    unsigned long long largest_pixels_2x()
+    {
+        static const auto largest = []
+        {
+            unsigned long long most = 0;
+            for (auto& row : rows)
+                most = std::max (most, pixels_2x (built_in_picture (row.reference)));
+            return most;
+        }();
+        return largest;
+    }
 }
 
 juce::Image image_lookup (const juce::String& reference)
 {
+    auto built_in = built_in_picture (reference);
     if (reference.isNotEmpty())
     {
-        // A file beside the program wins; one that is not a picture gives a null image.
+        // A file beside the program wins; one that is not a picture gives a null image, and
+        // so does one with more pixels than the built-in picture's 2x render: it may be as
+        // sharp, not larger. A name the table lacks is held to its largest picture.
         const juce::File file (program_folder() + reference);
         if (file.exists())
-            return load_picture_file (file);
+            return load_picture_file (file, built_in.isValid() ? pixels_2x (built_in) : largest_pixels_2x());
     }
-
-    for (auto row = std::rbegin (rows); row != std::rend (rows); ++row)
-    {
-        if (reference != row->reference)
-            continue;
-        auto* png = find_embedded (skin::images::files, row->file);
-        if (png == nullptr)
-            return {};
-        auto picture = juce::ImageCache::getFromMemory (png->data, (int) png->size);
-        if (auto* properties = picture.getProperties(); properties != nullptr && ! properties->contains (render_2x()))
-            properties->set (render_2x(), name_2x (row->file));
-        return picture;
-    }
-    return {};
+    return built_in;
 }
 
 juce::Image double_size_render (const juce::Image& picture)

@@ -7,9 +7,6 @@
 
 namespace
 {
-    // Larger pictures are refused rather than allowed to exhaust memory.
-    constexpr unsigned largest_side = 16384;
-
     bool has_png_signature (const juce::MemoryBlock& bytes)
     {
         static const unsigned char signature[] = { 0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n' };
@@ -17,11 +14,11 @@ namespace
             && std::memcmp (bytes.getData(), signature, sizeof signature) == 0;
     }
 
-    juce::Image decode_png (const juce::MemoryBlock& bytes)
+    juce::Image decode_png (const juce::MemoryBlock& bytes, unsigned long long max_pixels)
     {
         unsigned w = 0, h = 0;
         const std::unique_ptr<unsigned char, decltype (&std::free)> pixels (
-            png_decode_bgra (bytes.getData(), bytes.getSize(), largest_side, &w, &h), &std::free);
+            png_decode_bgra (bytes.getData(), bytes.getSize(), max_pixels, &w, &h), &std::free);
         if (pixels == nullptr)
             return {};
 
@@ -35,12 +32,14 @@ namespace
     }
 }
 
-juce::Image load_picture_file (const juce::File& file)
+juce::Image load_picture_file (const juce::File& file, unsigned long long max_pixels)
 {
+    if ((unsigned long long) file.getSize() > max_pixels * 8 + picture_metadata_allowance)
+        return {};
     juce::MemoryBlock bytes;
     if (! file.loadFileAsData (bytes))
         return {};
     if (! has_png_signature (bytes))
         return {};
-    return decode_png (bytes);
+    return decode_png (bytes, max_pixels);
 }

@@ -33,7 +33,7 @@ static void ignore (png_structp png, png_const_charp message)
     (void) message;
 }
 
-unsigned char* png_decode_bgra (const void* bytes, size_t size, unsigned max_side,
+unsigned char* png_decode_bgra (const void* bytes, size_t size, unsigned long long max_pixels,
                                 unsigned* width, unsigned* height)
 {
     struct source from = { (const unsigned char*) bytes, size, 0 };
@@ -61,7 +61,8 @@ unsigned char* png_decode_bgra (const void* bytes, size_t size, unsigned max_sid
     png_read_info (png, info);
     w = png_get_image_width (png, info);
     h = png_get_image_height (png, info);
-    if (w == 0 || h == 0 || w > max_side || h > max_side)
+    /* libpng itself refuses a side of 0 */
+    if ((unsigned long long) w * h > max_pixels)
         png_error (png, "size");
 
     png_set_expand (png);

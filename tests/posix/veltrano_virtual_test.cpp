@@ -6,10 +6,20 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+extern char** environ;
 
 namespace
 {
@@ -37,14 +47,67 @@ TEST (veltrano_virtual, the_state_file_is_never_written_through_a_planted_link)
 TEST (veltrano_virtual, of_two_hosts_started_with_one_name_one_plugs_in_and_the_other_exits_2)
 {
     temporary_bus bus;
-    virtual_interface one (bus, "a", {}, false), two (bus, "a", {}, false);
+    std::vector<int> block;
+    for (int i = 0; i < 16; ++i)
+        block.push_back (255 - i * 17);
+    virtual_interface one (bus, "a", block_option (block), false), two (bus, "a", block_option (block), false);
     for (int waited = 0; waited < 3000 && one.running() && two.running(); waited += 2)
         ::usleep (2000);
     virtual_interface& plugged = one.running() ? one : two;
     virtual_interface& refused = one.running() ? two : one;
     EXPECT_EQ (refused.wait_for_exit (0), 2) << refused.output();
+    EXPECT_NE (refused.output().find ("plugged in already"), std::string::npos) << "what it wrote to stderr";
     EXPECT_TRUE (plugged.running());
+    EXPECT_EQ (plugged.block(), block);
     EXPECT_EQ (::access (plugged.path().c_str(), F_OK), 0);
+}
+
+TEST (veltrano_virtual, a_test_program_killed_while_it_holds_a_host_takes_the_host_with_it)
+{
+    temporary_bus bus;
+    // Orphans come to this process, so the host's end is seen here whatever init does.
+    struct adopting_orphans
+    {
+        adopting_orphans() { ::prctl (PR_SET_CHILD_SUBREAPER, 1); }
+        ~adopting_orphans() { ::prctl (PR_SET_CHILD_SUBREAPER, 0); }
+    } adopting;
+    std::string program = std::filesystem::read_symlink ("/proc/self/exe"), option = virtual_interface::hold_option,
+                folder = bus.folder();
+    char* argv[] = { program.data(), option.data(), folder.data(), nullptr };
+    int said[2];
+    ASSERT_EQ (::pipe2 (said, O_CLOEXEC), 0);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init (&actions);
+    posix_spawn_file_actions_adddup2 (&actions, said[1], 1);
+    pid_t holder = -1;
+    const int spawned = ::posix_spawn (&holder, argv[0], &actions, nullptr, argv, environ);
+    posix_spawn_file_actions_destroy (&actions);
+    ::close (said[1]);
+    pollfd line { said[0], POLLIN, 0 };
+    char text[16] = {};
+    const bool told = spawned == 0 && ::poll (&line, 1, 5000) == 1 && ::read (said[0], text, sizeof text - 1) > 0;
+    ::close (said[0]);
+    if (spawned == 0)
+    {
+        ::kill (holder, SIGKILL);
+        ::waitpid (holder, nullptr, 0);
+    }
+    const pid_t host = told ? std::atoi (text) : -1;
+    ASSERT_GT (host, 0) << "the held host never came up";
+
+    int status = -1;
+    bool gone = false;
+    for (int waited = 0; waited < 3000 && ! gone; waited += 2)
+        if (! (gone = ::waitpid (host, &status, WNOHANG) == host))
+            ::usleep (2000);
+    if (! gone)
+    {
+        ::kill (host, SIGKILL);
+        ::waitpid (host, nullptr, 0);
+    }
+    EXPECT_TRUE (gone) << "veltrano-virtual outlived the test program that started it";
+    EXPECT_TRUE (WIFEXITED (status) && WEXITSTATUS (status) == 0) << "unplugged, not killed: " << status;
+    EXPECT_NE (::access (bus.interface_path ("held").c_str(), F_OK), 0) << "its socket is left behind";
 }
 
 TEST (veltrano_virtual, the_client_tells_late_and_foreign_replies_apart)

@@ -1,8 +1,18 @@
 #include <gtest/gtest.h>
 #include <juce_gui_basics/juce_gui_basics.h>
 
+#if ! defined(_WIN32)
+#include "tests/support/virtual_interface.h"
+
+#include <cstring>
+#endif
+
 int main (int argc, char** argv)
 {
+#if ! defined(_WIN32)
+    if (argc == 3 && std::strcmp (argv[1], virtual_interface::hold_option) == 0)
+        virtual_interface::hold_until_killed (argv[2]);
+#endif
     ::testing::InitGoogleTest (&argc, argv);
     // Without a factory set, a test binary on an X display dies on the first X error.
     juce::JUCEApplicationBase::createInstance = [] () -> juce::JUCEApplicationBase* { return nullptr; };

@@ -4,18 +4,17 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <sstream>
-#include <spawn.h>
 #include <stdexcept>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace
 {
@@ -72,13 +71,20 @@ virtual_interface::virtual_interface (const std::string& folder, const std::stri
         argv.push_back (a.data());
     argv.push_back (nullptr);
 
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init (&actions);
-    posix_spawn_file_actions_addopen (&actions, 1, output_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_adddup2 (&actions, 1, 2);
-    const int spawned = ::posix_spawn (&pid, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy (&actions);
-    if (spawned != 0)
+    // The host goes with this process, however it ends: the kernel sends SIGTERM (its
+    // unplug) when the forking thread does. A parent that died before prctl took effect
+    // is seen by getppid. After fork, only system calls: other threads may hold locks.
+    const pid_t parent = ::getpid();
+    pid = ::fork();
+    if (pid == 0)
+    {
+        const int out = ::open (output_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        if (::prctl (PR_SET_PDEATHSIG, SIGTERM) == 0 && ::getppid() == parent && out >= 0 && ::dup2 (out, 1) == 1
+            && ::dup2 (1, 2) == 2)
+            ::execv (argv[0], argv.data());
+        ::_exit (127);
+    }
+    if (pid < 0)
         throw std::runtime_error ("cannot start veltrano-virtual");
 
     const auto deadline = clock::now() + std::chrono::seconds (5);
@@ -148,6 +154,16 @@ std::vector<int> virtual_interface::block() const
 }
 
 std::string virtual_interface::output() const { return read_file (output_path); }
+
+void virtual_interface::hold_until_killed (const std::string& folder)
+{
+    virtual_interface held (folder, "held");
+    remove_folder (held.work_folder); // nobody reads it, and this process never gets to
+    std::printf ("%d\n", static_cast<int> (held.process()));
+    std::fflush (stdout);
+    for (;;)
+        ::pause();
+}
 
 std::vector<std::string> block_option (const std::vector<int>& block)
 {

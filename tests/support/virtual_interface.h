@@ -32,7 +32,9 @@ class virtual_interface
 {
 public:
     // Starts veltrano-virtual --name NAME plus `options` and, unless told not to, waits
-    // until it is plugged in. Throws std::runtime_error when it does not come up.
+    // until it is plugged in. Throws std::runtime_error when it does not come up. The host
+    // is unplugged when the thread that started it ends, so that a test program that
+    // crashes or is killed leaves none behind: start it on a thread that outlives it.
     virtual_interface (const temporary_bus& bus, const std::string& name, std::vector<std::string> options = {},
                        bool wait_until_plugged = true)
         : virtual_interface (bus.folder(), name, std::move (options), wait_until_plugged)
@@ -51,8 +53,14 @@ public:
     bool running();
 
     const std::string& path() const { return socket_path; }
+    pid_t process() const { return pid; } // -1 once it has exited
     std::vector<int> block() const; // from the state file
     std::string output() const;     // what it printed so far
+
+    // A test program started with `hold_option FOLDER` plugs in FOLDER/held, prints the
+    // host's process id and waits to be killed: what a test that dies leaves behind.
+    static constexpr const char* hold_option = "--hold-virtual-interface";
+    [[noreturn]] static void hold_until_killed (const std::string& folder);
 
 private:
     std::string socket_path, state_path, output_path, work_folder;

@@ -34,7 +34,6 @@ strings events_only (const strings& log)
             events.push_back (line);
     return events;
 }
-} // namespace
 
 TEST_F (qv_driver, present_interfaces_are_listed_silently_an_arrival_is_appended_once_and_all_go_from_the_back)
 {
@@ -128,3 +127,4 @@ TEST_F (qv_driver, one_present_interface_failing_aborts_construction_and_closes_
                                           "destroyed /bus/a", "unwatch 1100", "close 100" }));
     EXPECT_TRUE (sys.open_handles.empty());
 }
+} // namespace

@@ -28,7 +28,6 @@ protected:
 };
 
 const ints block_read { 0xC0, 0x4E, 0, 0, 0, 0, 16, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0 };
-} // namespace
 
 TEST_F (qv_veltrano, opening_asks_driver_version_then_firmware_then_block)
 {
@@ -111,3 +110,4 @@ TEST_F (qv_veltrano, failure_while_opening_throws_its_code_and_releases_in_rever
         EXPECT_TRUE (sys.open_handles.empty());
     }
 }
+} // namespace

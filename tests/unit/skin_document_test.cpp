@@ -4,6 +4,7 @@
 
 #include "app/skin_root.h"
 #include "skin/image_lookup.h"
+#include "skin/picture_file.h"
 #include "tests/support/file_beside_program.h"
 
 #include <vector>
@@ -91,7 +92,8 @@ TEST (skin_images, a_png_beside_the_program_wins)
 {
     const auto image = beside_program (small_red_picture (juce::PNGImageFormat()));
     EXPECT_EQ (image.getBounds(), juce::Rectangle<int> (3, 2));
-    EXPECT_EQ (image.getPixelAt (1, 1), juce::Colours::red);
+    EXPECT_EQ (image.getPixelAt (0, 0), juce::Colours::red) << "first row and column";
+    EXPECT_EQ (image.getPixelAt (2, 1), juce::Colours::red) << "last row and column";
     EXPECT_TRUE (double_size_render (image).isNull()) << "a picture from a file has no 2x render";
     // Without an alpha channel the picture is opaque.
     EXPECT_EQ (beside_program (small_red_picture (juce::PNGImageFormat(), 4, juce::Image::RGB, juce::Colours::blue)).getPixelAt (3, 1),
@@ -118,10 +120,52 @@ TEST (skin_images, anything_but_a_sound_png_beside_the_program_gives_a_null_imag
     for (size_t i = 41; i < scrambled.getSize() - 12; ++i)
         scrambled[i] = (char) (scrambled[i] ^ 0x5a);
     EXPECT_TRUE (beside_program (scrambled).isNull());
+}
 
-    // Wider than 16384 pixels is refused, however well formed: a header may claim 40 GB.
-    EXPECT_EQ (beside_program (small_red_picture (juce::PNGImageFormat(), 16384)).getWidth(), 16384);
-    EXPECT_TRUE (beside_program (small_red_picture (juce::PNGImageFormat(), 16385)).isNull());
+namespace
+{
+    juce::MemoryBlock black_png (int width, int height)
+    {
+        juce::MemoryOutputStream bytes;
+        juce::PNGImageFormat().writeImageToStream (juce::Image (juce::Image::RGB, width, height, true), bytes);
+        return bytes.getMemoryBlock();
+    }
+}
+
+TEST (skin_images, a_file_may_have_the_pixels_of_the_2x_render_it_replaces_and_no_more)
+{
+    // A header may claim 16384 x 16384 pixels in a file of 800 KB. A name the table lacks
+    // is held to its largest picture.
+    juce::Rectangle<int> largest;
+    for (auto& reference : image_references())
+        if (const auto r = double_size_render (image_lookup (reference)).getBounds(); r.getWidth() * r.getHeight() > largest.getWidth() * largest.getHeight())
+            largest = r;
+    const struct
+    {
+        const char* name;
+        juce::Rectangle<int> most;
+    } cases[] = {
+        { "custom_picture.png", largest },
+#if ! defined(_WIN32)
+        { "resource::easy_png", double_size_render (image_lookup ("resource::easy_png")).getBounds() },
+#endif
+    };
+    for (auto& [name, most] : cases)
+    {
+        EXPECT_EQ (beside_program (black_png (most.getWidth(), most.getHeight()), name).getBounds(), most) << name;
+        EXPECT_TRUE (beside_program (black_png (most.getWidth(), most.getHeight() + 1), name).isNull()) << name;
+    }
+}
+
+TEST (skin_images, a_file_longer_than_its_pixels_could_fill_is_refused)
+{
+    // What follows a PNG's end is never decoded: only the file's length refuses it.
+    auto padded = black_png (3, 2);
+    padded.setSize ((size_t) (6 * 8 + picture_metadata_allowance), true);
+    file_beside_program file ("custom_picture.png", padded);
+    EXPECT_EQ (load_picture_file (file.file, 6).getWidth(), 3);
+    file.file.appendData ("", 1);
+    EXPECT_TRUE (load_picture_file (file.file, 6).isNull());
 }
 
 namespace

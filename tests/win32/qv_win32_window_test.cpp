@@ -18,7 +18,6 @@ struct attached_window : ::testing::Test
     qv::driver<os_result, qv::device<os_result>> driver;
     const HWND hwnd = notification_window_of (driver);
 };
-} // namespace
 
 TEST_F (attached_window, an_arrival_is_listed_once_whatever_the_case_and_held_exclusively)
 {
@@ -61,3 +60,4 @@ TEST_F (attached_window, only_a_removal_of_a_listed_handle_drops_its_device)
     send_handle_removal (hwnd, driver.front()->handle, DBT_DEVICEQUERYREMOVE);
     EXPECT_TRUE (driver.empty());
 }
+} // namespace
