@@ -73,17 +73,20 @@ virtual_interface::virtual_interface (const std::string& folder, const std::stri
 
     // The host goes with this process, however it ends: the kernel sends SIGTERM (its
     // unplug) when the forking thread does. A parent that died before prctl took effect
-    // is seen by getppid. After fork, only system calls: other threads may hold locks.
+    // is seen by getppid. After fork, only system calls that no preload wraps (umockdev's
+    // wraps open and close): other threads may hold its locks.
+    const int out = ::open (output_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     const pid_t parent = ::getpid();
-    pid = ::fork();
+    pid = out < 0 ? -1 : ::fork();
     if (pid == 0)
     {
-        const int out = ::open (output_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        if (::prctl (PR_SET_PDEATHSIG, SIGTERM) == 0 && ::getppid() == parent && out >= 0 && ::dup2 (out, 1) == 1
+        if (::prctl (PR_SET_PDEATHSIG, SIGTERM) == 0 && ::getppid() == parent && ::dup2 (out, 1) == 1
             && ::dup2 (1, 2) == 2)
             ::execv (argv[0], argv.data());
         ::_exit (127);
     }
+    if (out >= 0)
+        ::close (out);
     if (pid < 0)
         throw std::runtime_error ("cannot start veltrano-virtual");
 

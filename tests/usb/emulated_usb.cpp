@@ -92,8 +92,11 @@ int emulated_device::on_read (UMockdevIoctlBase*, UMockdevIoctlClient* client, e
 int emulated_device::on_ioctl (UMockdevIoctlBase*, UMockdevIoctlClient* client, emulated_device* self)
 {
     const unsigned long request = umockdev_ioctl_client_get_request (client);
-    UMockdevIoctlData* data = umockdev_ioctl_data_resolve (umockdev_ioctl_client_get_arg (client), 0,
-                                                           (request >> _IOC_SIZESHIFT) & _IOC_SIZEMASK, nullptr);
+    const std::size_t size = (request >> _IOC_SIZESHIFT) & _IOC_SIZEMASK;
+    // A request without a size (DISCARDURB) carries its argument itself, not a pointer.
+    UMockdevIoctlData* arg = umockdev_ioctl_client_get_arg (client);
+    UMockdevIoctlData* data = size > 0 ? umockdev_ioctl_data_resolve (arg, 0, size, nullptr)
+                                       : UMOCKDEV_IOCTL_DATA (g_object_ref (arg));
     std::lock_guard<std::mutex> hold (self->lock);
     self->now.ioctls.push_back (request);
     // What libusb cannot do without; the rest it does without, as with a kernel that lacks it.
