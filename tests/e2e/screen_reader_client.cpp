@@ -298,7 +298,8 @@ namespace
         check ("a frame in the application", frame != nullptr);
         if (frame == nullptr)
             return;
-        check ("the frame is titled \"Kelto Veltrano\"", name_of (frame) == "Kelto Veltrano");
+        check ("the frame is titled \"Kelto Veltrano\" and is the active window",
+               name_of (frame) == "Kelto Veltrano" && has_state (frame, ATSPI_STATE_ACTIVE));
 
         auto* tabs = find (frame, with_role ("page tab list"));
         std::vector<std::string> names;
@@ -325,9 +326,15 @@ namespace
                                                    "toggle button", "toggle button", "toggle button" });
         auto* version = page != nullptr ? find (page, with_role ("static")) : nullptr;
         check ("the version line reads \"" + std::string (words.version_line) + "\"", version != nullptr && text_of (version) == words.version_line);
+        auto* characters = version != nullptr ? atspi_accessible_get_text_iface (version) : nullptr;
+        check ("its first six characters, and how many there are",
+               characters != nullptr && take (atspi_text_get_text (characters, 0, 6, nullptr)) == std::string (words.version_line).substr (0, 6)
+                   && atspi_text_get_character_count (characters, nullptr) == static_cast<int> (std::string (words.version_line).size()));
         auto* phantom = page != nullptr ? find (page, named (words.phantom_power_1)) : nullptr;
         check ("phantom power 1 is named by its tooltip, a toggle button",
                phantom != nullptr && role_of (phantom) == "toggle button" && has_state (phantom, ATSPI_STATE_CHECKABLE));
+        if (characters != nullptr)
+            g_object_unref (characters);
         for (auto* a : { frame, tabs, page, version, phantom })
             if (a != nullptr)
                 g_object_unref (a);
@@ -364,6 +371,27 @@ namespace
         check ("its states: enabled, focusable, focused, showing, checkable, not checked (" + seen + ")",
                seen == "enabled focusable focused showing checkable");
 
+        // Where it is: the skin's place on the page, below the 19-pixel title and 30-pixel tab bar.
+        auto* where = phantom != nullptr ? atspi_accessible_get_component_iface (phantom) : nullptr;
+        auto* box = where != nullptr ? atspi_component_get_extents (where, ATSPI_COORD_TYPE_WINDOW, nullptr) : nullptr;
+        check ("phantom power 1 lies at 19, 158 of the window, 39 x 33",
+               box != nullptr && box->x == 19 && box->y == 158 && box->width == 39 && box->height == 33);
+        g_free (box);
+        if (where != nullptr)
+            g_object_unref (where);
+
+        // A client may move the focus itself.
+        auto* second = find (app, named ("Turn 48V phantom power for channel 2 ON or OFF"));
+        auto* focusing = second != nullptr ? atspi_accessible_get_component_iface (second) : nullptr;
+        check ("a client moves the focus to phantom power 2",
+               focusing != nullptr && atspi_component_grab_focus (focusing, nullptr)
+                   && heard_event ("object:state-changed:focused", "Turn 48V phantom power for channel 2 ON or OFF", 1));
+        check ("and phantom power 1 is told it lost it", heard_event ("object:state-changed:focused", english.phantom_power_1, 0));
+        if (focusing != nullptr)
+            g_object_unref (focusing);
+        if (second != nullptr)
+            g_object_unref (second);
+
         // A switch's default action toggles it, as a click would.
         check ("phantom power 1's default action is \"click\"", phantom != nullptr && default_action (phantom) == "click" && act (phantom));
         check ("which writes 255 into byte 10", byte_becomes (a_state, 10, 255));
@@ -376,7 +404,11 @@ namespace
         auto* gain = await (app, named (output_gain));
         check ("shows the expert page: output 1/2 gain is a push button menu, expandable",
                gain != nullptr && role_of (gain) == "push button menu" && has_state (gain, ATSPI_STATE_EXPANDABLE));
-        check ("reading \"-3\" (step 34)", gain != nullptr && value_text (gain) == "-3");
+        auto* number = gain != nullptr ? atspi_accessible_get_value_iface (gain) : nullptr;
+        check ("reading \"-3\" (step 34), as text and as a number", gain != nullptr && value_text (gain) == "-3"
+                   && number != nullptr && atspi_value_get_current_value (number, nullptr) == -3.0);
+        if (number != nullptr)
+            g_object_unref (number);
         check ("its default action opens its menu", gain != nullptr && act (gain));
         auto* item = await (app, [] (AtspiAccessible* a) { return role_of (a) == "menu item" && name_of (a) == "-6.5"; });
         if (! check ("a menu with the item \"-6.5\"", item != nullptr))
