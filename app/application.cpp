@@ -6,7 +6,7 @@
 #include "device/qv/result.h"
 #include "ui/error_report.h"
 #if JUCE_LINUX
- #include "ui/atspi/bridge.h"
+ #include "ui/atspi/loader.h"
 #endif
 
 namespace
@@ -53,7 +53,7 @@ void application::start (const juce::String& commandLine)
 
     main_window = std::make_unique<window> (*root);
 #if JUCE_LINUX
-    screen_readers = atspi::bridge::start();
+    screen_readers = atspi::loaded_bridge::load();
 #endif
 }
 

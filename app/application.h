@@ -5,7 +5,7 @@
 
 class window;
 #if JUCE_LINUX
-namespace atspi { class bridge; }
+namespace atspi { class loaded_bridge; }
 #endif
 
 // The program: one instance only; start-up installs the translation, the style and the
@@ -29,6 +29,6 @@ private:
 
     std::unique_ptr<window> main_window;
 #if JUCE_LINUX
-    std::unique_ptr<atspi::bridge> screen_readers; // AT-SPI; Windows' UI Automation is JUCE's own
+    std::unique_ptr<atspi::loaded_bridge> screen_readers; // AT-SPI; Windows' UI Automation is JUCE's own
 #endif
 };

@@ -6,4 +6,4 @@ add_executable(screen_reader_client ${CMAKE_CURRENT_LIST_DIR}/screen_reader_clie
 target_link_libraries(screen_reader_client PRIVATE PkgConfig::ATSPI_CLIENT)
 
 # The unit tests of the bridge's parts (tests/posix/atspi_test.cpp).
-target_link_libraries(unit_tests PRIVATE veltrano_atspi)
+target_link_libraries(unit_tests PRIVATE veltrano_atspi veltrano_atspi_loader)

@@ -3,7 +3,7 @@
 #include "app/skin_root.h"
 #include "tests/support/message_loop.h"
 #include "tests/support/test_interface.h"
-#include "ui/atspi/bridge.h"
+#include "ui/atspi/loader.h"
 #include "ui/atspi/description.h"
 #include "ui/atspi/glib_pump.h"
 #include "ui/view.h"
@@ -134,7 +134,7 @@ TEST (atspi_description, tabs_windows_and_a_disabled_page)
     EXPECT_TRUE (page.name.startsWith ("The firmware of this interface is older than 1.1.1.")) << page.name;
 }
 
-TEST (atspi_bridge, starts_only_where_a_session_bus_can_be_found_and_it_is_not_turned_off)
+TEST (atspi_loader, loads_the_bridge_only_where_a_session_bus_can_be_found_and_it_is_not_turned_off)
 {
     const auto folder = juce::File::createTempFile ("atspi");
     const auto with_bus = folder.getChildFile ("with"), without_bus = folder.getChildFile ("without"), plain_file = folder.getChildFile ("plain");
@@ -160,11 +160,21 @@ TEST (atspi_bridge, starts_only_where_a_session_bus_can_be_found_and_it_is_not_t
         { nullptr, nullptr, nullptr, false },
     };
     for (auto& row : rows)
-        EXPECT_EQ (atspi::bridge::wanted (row.no_at_bridge, row.session_bus, row.runtime_dir), row.wanted)
+        EXPECT_EQ (atspi::loaded_bridge::wanted (row.no_at_bridge, row.session_bus, row.runtime_dir), row.wanted)
             << (row.no_at_bridge ? row.no_at_bridge : "-") << " " << (row.session_bus ? row.session_bus : "-") << " "
             << (row.runtime_dir ? row.runtime_dir : "-");
     close (listening);
     folder.deleteRecursively();
+
+    // Wanted, but no module beside the tests nor in a library folder next to them.
+    const char* const bus = getenv ("DBUS_SESSION_BUS_ADDRESS");
+    const std::string kept = bus != nullptr ? bus : "";
+    setenv ("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere", 1);
+    EXPECT_EQ (atspi::loaded_bridge::load(), nullptr);
+    if (bus != nullptr)
+        setenv ("DBUS_SESSION_BUS_ADDRESS", kept.c_str(), 1);
+    else
+        unsetenv ("DBUS_SESSION_BUS_ADDRESS");
 }
 
 TEST (glib_pump, runs_glib_s_timeouts_and_descriptors_from_juce_s_loop_and_sleeps_in_between)

@@ -4,7 +4,6 @@
 #include "ui/accessibility.h"
 
 #include <atk-bridge.h>
-#include <sys/stat.h>
 
 namespace
 {
@@ -22,28 +21,10 @@ namespace
         util->get_toolkit_name = toolkit_name;
         util->get_toolkit_version = toolkit_version;
     }
-
-    bool is_socket (const juce::String& path)
-    {
-        struct stat s {};
-        return stat (path.toRawUTF8(), &s) == 0 && S_ISSOCK (s.st_mode);
-    }
-}
-
-bool atspi::bridge::wanted (const char* no_at_bridge, const char* session_bus, const char* runtime_dir)
-{
-    if (no_at_bridge != nullptr && *no_at_bridge != 0)
-        return false;
-    if (session_bus != nullptr && *session_bus != 0)
-        return true;
-    // D-Bus's own default for a session without the variable.
-    return runtime_dir != nullptr && *runtime_dir != 0 && is_socket (juce::String (runtime_dir) + "/bus");
 }
 
 std::unique_ptr<atspi::bridge> atspi::bridge::start()
 {
-    if (! wanted (getenv ("NO_AT_BRIDGE"), getenv ("DBUS_SESSION_BUS_ADDRESS"), getenv ("XDG_RUNTIME_DIR")))
-        return nullptr;
     std::unique_ptr<bridge> made (new bridge());
     return made->connected ? std::move (made) : nullptr;
 }

@@ -11,17 +11,14 @@ class glib_pump;
 class tree;
 
 // The panel's accessibility tree on the desktop's accessibility bus (AT-SPI), for Orca and
-// every other assistive tool on Linux, for as long as it lives.
+// every other assistive tool on Linux, for as long as it lives. It lives in a module of its
+// own that the panel loads only where a client can listen (ui/atspi/loader.h).
 class bridge
 {
 public:
-    // Null, with nothing started, when NO_AT_BRIDGE is set, when there is no session bus to
-    // find the accessibility bus on, or when the bridge cannot start.
+    // Null, with nothing left running, when the accessibility bus cannot be reached.
     static std::unique_ptr<bridge> start();
     ~bridge();
-
-    // Whether to try at all, from the environment as given.
-    static bool wanted (const char* no_at_bridge, const char* session_bus, const char* runtime_dir);
 
 private:
     bridge();
