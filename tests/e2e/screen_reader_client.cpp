@@ -228,6 +228,14 @@ namespace
         });
     }
 
+    int count_of (const std::string& type, const std::string& source)
+    {
+        int n = 0;
+        for (auto& e : events)
+            n += e.type == type && e.source == source ? 1 : 0;
+        return n;
+    }
+
     // --- the interfaces ------------------------------------------------------------------
 
     int byte_of (const std::string& state_file, int index)
@@ -405,9 +413,22 @@ namespace
         check ("and is announced: checked", heard_event ("object:state-changed:checked", english.phantom_power_1, 1));
         check ("the states say checked", phantom != nullptr && has_state (phantom, ATSPI_STATE_CHECKED));
 
+        // Questions beyond the ends get nothing, and the panel lives on.
+        auto* actions = phantom != nullptr ? atspi_accessible_get_action_iface (phantom) : nullptr;
+        const int offered = actions != nullptr ? atspi_action_get_n_actions (actions, nullptr) : 0;
+        check ("phantom power 1 offers \"click\" and \"toggle\", and no action after them",
+               offered == 2 && take (atspi_action_get_action_name (actions, 1, nullptr)) == "toggle"
+                   && take (atspi_action_get_action_name (actions, 2, nullptr)).empty());
+        if (actions != nullptr)
+            g_object_unref (actions);
+        const int windows = atspi_accessible_get_child_count (app, nullptr);
+        auto* beyond = atspi_accessible_get_child_at_index (app, windows, nullptr);
+        check ("no child after the last one", beyond == nullptr && name_of (app) == "Kelto Veltrano");
+
         // The mode button: the expert page with its gain controls.
         auto* mode = find (app, named (english.expert_mode));
         check ("the mode button's action", mode != nullptr && act (mode));
+        check ("is announced as its new name", heard_event ("object:property-change:accessible-name", "Switch to Easy mode", 0));
         auto* gain = await (app, named (output_gain));
         check ("shows the expert page: output 1/2 gain is a push button menu, expandable",
                gain != nullptr && role_of (gain) == "push button menu" && has_state (gain, ATSPI_STATE_EXPANDABLE));
@@ -424,6 +445,17 @@ namespace
         check ("and the new value is announced", heard_event ("object:property-change:accessible-value", output_gain, 0));
         check ("the gain control reads \"-6.5\"", gain != nullptr && value_text (gain) == "-6.5");
         check ("the menu has gone", wait_for ([&] { auto* m = find (app, with_role ("menu")); if (m) g_object_unref (m); return m == nullptr; }));
+        wait_for ([] { return false; }, 0.5);
+        check ("the value was announced once", count_of ("object:property-change:accessible-value", output_gain) == 1);
+
+        // Back to the easy page: the gain control is gone, and answers as such.
+        check ("the mode button's action again", mode != nullptr && act (mode));
+        check ("leaves the output gain defunct", wait_for ([&] { return has_state (gain, ATSPI_STATE_DEFUNCT); }));
+        auto* gone = atspi_accessible_get_value_iface (gain);
+        const auto step = gone != nullptr ? take (atspi_value_get_text (gone, nullptr)) + " " + std::to_string (atspi_value_get_current_value (gone, nullptr)) : "";
+        check ("with no step (" + step + ")", gone == nullptr || step == " 0.000000");
+        if (gone != nullptr)
+            g_object_unref (gone);
 
         // Plug-in and pull.
         auto* tabs = find (app, with_role ("page tab list"));
@@ -439,8 +471,8 @@ namespace
         check ("the tab list has three tabs again", tabs != nullptr && atspi_accessible_get_child_count (tabs, nullptr) == 3);
         // libatspi may keep what it read before; the panel is asked afresh.
         atspi_accessible_clear_cache (app);
-        check ("the pulled tab answers as defunct or not at all",
-               tab != nullptr && (has_state (tab, ATSPI_STATE_DEFUNCT) || atspi_accessible_get_child_count (tab, nullptr) <= 0));
+        check ("the pulled tab answers as defunct, with no place among its old siblings",
+               tab != nullptr && has_state (tab, ATSPI_STATE_DEFUNCT) && atspi_accessible_get_index_in_parent (tab, nullptr) == -1);
         check ("so does a control of its page",
                control != nullptr && (has_state (control, ATSPI_STATE_DEFUNCT) || name_of (control).empty()));
         check ("and the panel still answers", name_of (app) == "Kelto Veltrano");
@@ -472,7 +504,8 @@ int main (int argc, char** argv)
     }
 
     auto* listener = atspi_event_listener_new (on_event, nullptr, nullptr);
-    for (auto* type : { "object:state-changed", "object:children-changed", "object:property-change:accessible-value" })
+    for (auto* type : { "object:state-changed", "object:children-changed", "object:property-change:accessible-value",
+                        "object:property-change:accessible-name" })
         atspi_event_listener_register (listener, type, nullptr);
     const bool in_german = std::string (argv[2]) == "de";
     check_seen (app, in_german ? german : english);

@@ -6,6 +6,8 @@
 #include "ui/atspi/loader.h"
 #include "ui/atspi/description.h"
 #include "ui/atspi/glib_pump.h"
+#include "ui/atspi/node.h"
+#include "ui/atspi/tree.h"
 #include "ui/view.h"
 
 #include <glib-unix.h>
@@ -204,4 +206,40 @@ TEST (glib_pump, runs_glib_s_timeouts_and_descriptors_from_juce_s_loop_and_sleep
     EXPECT_EQ (pump.runs(), runs) << "GLib ran with nothing to do";
     close (ends[0]);
     close (ends[1]);
+}
+
+TEST (atspi_tree, compares_while_a_menu_is_open_and_not_after)
+{
+    int comparisons = 0;
+    atspi::tree nodes ([&] { ++comparisons; });
+    juce::TextButton gain ("gain");
+    nodes.node_for (gain);
+    juce::Component menu; // what JUCE's popup menu is while open: modal
+    menu.enterModalState (false);
+    gain.triggerClick();
+    pump_for (300);
+    const int open = comparisons;
+    pump_for (400);
+    EXPECT_GT (comparisons, open) << "an open menu is looked at again and again";
+    menu.exitModalState (0);
+    pump_for (300);
+    const int closed = comparisons;
+    pump_for (400);
+    EXPECT_EQ (comparisons, closed) << "and no longer once it has closed";
+}
+
+TEST (atspi_tree, the_node_of_a_deleted_component_is_defunct_at_once)
+{
+    atspi::tree nodes ([] {});
+    auto tab = std::make_unique<juce::Component>();
+    auto* node = nodes.node_for (*tab);
+    ASSERT_EQ (atspi::component_of (node), tab.get());
+    tab = nullptr;
+    EXPECT_EQ (atspi::component_of (node), nullptr);
+    auto* states = atk_object_ref_state_set (node);
+    EXPECT_TRUE (atk_state_set_contains_state (states, ATK_STATE_DEFUNCT));
+    g_object_unref (states);
+    EXPECT_EQ (atk_object_get_n_accessible_children (node), 0);
+    EXPECT_EQ (atk_object_get_parent (node), nullptr);
+    EXPECT_EQ (atk_object_get_index_in_parent (node), -1);
 }

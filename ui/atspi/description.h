@@ -17,6 +17,13 @@ AtkRole role_of (const juce::AccessibilityHandler& handler);
 using states = std::uint64_t;
 constexpr states bit (AtkStateType s) { return states (1) << s; }
 states states_of (const juce::AccessibilityHandler& handler);
+// Calls `each` with every state in `s`, lowest first.
+template <typename function>
+void for_each_state (states s, function&& each)
+{
+    for (; s != 0; s &= s - 1)
+        each (static_cast<AtkStateType> (__builtin_ctzll (s)));
+}
 
 // The title; a window without one is called by its name.
 juce::String name_of (const juce::AccessibilityHandler& handler);

@@ -30,13 +30,14 @@ void atspi::glib_pump::timerCallback()
 void atspi::glib_pump::run()
 {
     ++run_count;
-    std::vector<GPollFD> fds (8);
+    std::vector<GPollFD> fds;
     for (int round = 0; round < rounds_per_run; ++round)
     {
         gint priority = 0;
         g_main_context_prepare (context, &priority);
         gint timeout = -1;
         gint count = 0;
+        // GLib says how many descriptors it has when it has more than there is room for.
         while ((count = g_main_context_query (context, priority, &timeout, fds.data(), static_cast<gint> (fds.size())))
                > static_cast<gint> (fds.size()))
             fds.resize (static_cast<size_t> (count));

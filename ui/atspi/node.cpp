@@ -90,10 +90,7 @@ namespace
             atk_state_set_add_state (set, ATK_STATE_DEFUNCT);
             return set;
         }
-        const auto bits = atspi::states_of (*h);
-        for (int s = 0; s < ATK_STATE_LAST_DEFINED; ++s)
-            if ((bits & atspi::bit (static_cast<AtkStateType> (s))) != 0)
-                atk_state_set_add_state (set, static_cast<AtkStateType> (s));
+        atspi::for_each_state (atspi::states_of (*h), [set] (AtkStateType s) { atk_state_set_add_state (set, s); });
         return set;
     }
 

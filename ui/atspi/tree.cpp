@@ -252,12 +252,10 @@ void atspi::tree::announce()
 void atspi::tree::announce_children (AtkObject* node, told& t)
 {
     const auto now = children_of (node);
-    for (auto i = static_cast<int> (t.children.size()) - 1; i >= 0; --i)
-    {
-        auto* child = t.children[static_cast<size_t> (i)];
-        if (std::find (now.begin(), now.end(), child) == now.end())
-            g_signal_emit_by_name (node, "children-changed::remove", i, child);
-    }
+    // From the last, so that each index is the one the client still has.
+    for (auto old = t.children.rbegin(); old != t.children.rend(); ++old)
+        if (std::find (now.begin(), now.end(), *old) == now.end())
+            g_signal_emit_by_name (node, "children-changed::remove", static_cast<int> (t.children.rend() - old) - 1, *old);
     for (size_t i = 0; i < now.size(); ++i)
         if (std::find (t.children.begin(), t.children.end(), now[i]) == t.children.end())
             g_signal_emit_by_name (node, "children-changed::add", static_cast<int> (i), now[i]);
@@ -275,17 +273,13 @@ void atspi::tree::announce_states (AtkObject* node, told& t, bool gained)
     if (h == nullptr)
         return;
     const auto now = states_of (*h);
-    const auto flipped = now ^ t.state;
-    for (int s = 0; s < ATK_STATE_LAST_DEFINED; ++s)
-    {
-        const auto which = static_cast<AtkStateType> (s);
-        if ((flipped & bit (which)) == 0 || ((now & bit (which)) != 0) != gained)
-            continue;
-        t.state ^= bit (which);
+    const auto flipped = (now ^ t.state) & (gained ? now : t.state);
+    t.state ^= flipped;
+    for_each_state (flipped, [node, gained] (AtkStateType which) {
         emit_state (node, which, gained);
         if (which == ATK_STATE_ACTIVE && ATK_IS_WINDOW (node))
             g_signal_emit_by_name (node, gained ? "activate" : "deactivate");
-    }
+    });
 }
 
 void atspi::tree::announce_properties (AtkObject* node, told& t)
