@@ -469,6 +469,7 @@ namespace
         pull (b);
         check ("pulled: the tab's removal is announced", heard_event ("object:children-changed:remove", "", 2));
         check ("the tab list has three tabs again", tabs != nullptr && atspi_accessible_get_child_count (tabs, nullptr) == 3);
+        check ("and its objects are announced defunct", heard_event ("object:state-changed:defunct", "", 1));
         // libatspi may keep what it read before; the panel is asked afresh.
         atspi_accessible_clear_cache (app);
         check ("the pulled tab answers as defunct, with no place among its old siblings",
