@@ -219,8 +219,6 @@ void atspi::tree::announce()
     for (auto& [node, t] : clients_know)
         known.push_back (node);
 
-    for (auto* node : gone)
-        emit_state (node, ATK_STATE_DEFUNCT, true);
     for (auto* node : known)
         if (clients_know[node].children_known)
             announce_children (node, clients_know[node]);

@@ -76,6 +76,8 @@ private:
     std::map<juce::Component*, AtkObject*> nodes;
     std::map<AtkObject*, told> clients_know;
     std::map<juce::Component*, juce::Component::SafePointer<juce::Component>> watched;
-    std::vector<AtkObject*> gone; // defunct, announced on the next comparison
+    // Defunct, kept until the next comparison has told their parents; ATK announces them
+    // defunct as they are released.
+    std::vector<AtkObject*> gone;
 };
 }
