@@ -12,6 +12,7 @@
 
 #include <glib-unix.h>
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -204,6 +205,33 @@ TEST (glib_pump, runs_glib_s_timeouts_and_descriptors_from_juce_s_loop_and_sleep
     const int runs = pump.runs();
     pump_for (500);
     EXPECT_EQ (pump.runs(), runs) << "GLib ran with nothing to do";
+    close (ends[0]);
+    close (ends[1]);
+}
+
+TEST (glib_pump, watches_a_descriptor_again_when_glib_waits_for_something_else_on_it)
+{
+    atspi::glib_pump pump;
+    int ends[2];
+    ASSERT_EQ (socketpair (AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    for (int end : ends)
+        fcntl (end, F_SETFL, O_NONBLOCK);
+    char chunk[4096] = {};
+    while (write (ends[0], chunk, sizeof chunk) > 0) {} // full: not writable until the other end reads
+
+    const auto ignore = [] (gint, GIOCondition, gpointer) -> gboolean { return G_SOURCE_CONTINUE; };
+    const auto reading = g_unix_fd_add (ends[0], G_IO_IN, ignore, nullptr);
+    pump.poke();
+    pump_for (50);
+    g_source_remove (reading);
+    bool writable = false;
+    g_unix_fd_add (ends[0], G_IO_OUT, [] (gint, GIOCondition, gpointer flag) -> gboolean { *static_cast<bool*> (flag) = true; return G_SOURCE_REMOVE; }, &writable);
+    pump.poke();
+    pump_for (50);
+    ASSERT_FALSE (writable);
+
+    while (read (ends[1], chunk, sizeof chunk) > 0) {}
+    EXPECT_TRUE (pump_until ([&] { return writable; }, 2000)) << "the descriptor is watched for writing now";
     close (ends[0]);
     close (ends[1]);
 }
