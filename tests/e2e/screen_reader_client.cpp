@@ -429,6 +429,8 @@ namespace
         auto* mode = find (app, named (english.expert_mode));
         check ("the mode button's action", mode != nullptr && act (mode));
         check ("is announced as its new name", heard_event ("object:property-change:accessible-name", "Switch to Easy mode", 0));
+        check ("the new page's first line is announced where it stands",
+               heard_event ("object:children-changed:add", "", 0, "Displays current driver and firmware version information"));
         auto* gain = await (app, named (output_gain));
         check ("shows the expert page: output 1/2 gain is a push button menu, expandable",
                gain != nullptr && role_of (gain) == "push button menu" && has_state (gain, ATSPI_STATE_EXPANDABLE));

@@ -11,8 +11,15 @@ program=$(realpath "$1")
 virtual=$(realpath "$2")
 client=$(realpath "$3")
 
+# The accessibility bus's socket goes into the runtime folder the session bus starts with:
+# a private one, or tests running side by side take each other's.
 if [ -z "${SCREEN_READER_TEST_BUS:-}" ]; then
-  exec env SCREEN_READER_TEST_BUS=1 dbus-run-session -- "$0" "$@" 2> >(grep -v -e 'Failed to set fd limit' -e 'ctivat' -e 'SpiRegistry daemon' >&2)
+  runtime=$(mktemp -d) && chmod 700 "$runtime"
+  XDG_RUNTIME_DIR=$runtime SCREEN_READER_TEST_BUS=1 dbus-run-session -- "$0" "$@" \
+    2> >(grep -v -e 'Failed to set fd limit' -e 'ctivat' -e 'SpiRegistry daemon' >&2)
+  status=$?
+  rm -rf "$runtime"
+  exit $status
 fi
 source "$here/x11_session.sh"
 start_session "$0" "$@"
