@@ -5,6 +5,9 @@
 #include "app/window.h"
 #include "device/qv/result.h"
 #include "ui/error_report.h"
+#if JUCE_LINUX
+ #include "ui/atspi/loader.h"
+#endif
 
 namespace
 {
@@ -49,6 +52,9 @@ void application::start (const juce::String& commandLine)
         install_style (*element);
 
     main_window = std::make_unique<window> (*root);
+#if JUCE_LINUX
+    screen_readers = atspi::loaded_bridge::load();
+#endif
 }
 
 void application::fail()
@@ -66,6 +72,9 @@ void application::unhandledException (const std::exception*, const juce::String&
 
 void application::shutdown()
 {
+#if JUCE_LINUX
+    screen_readers = nullptr;
+#endif
     main_window = nullptr;
     juce::LocalisedStrings::setCurrentMappings (nullptr);
 }

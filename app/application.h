@@ -4,6 +4,9 @@
 #include <memory>
 
 class window;
+#if JUCE_LINUX
+namespace atspi { class loaded_bridge; }
+#endif
 
 // The program: one instance only; start-up installs the translation, the style and the
 // main window, and any failure on the way ends in a warning box and quits.
@@ -25,4 +28,7 @@ private:
     void fail();
 
     std::unique_ptr<window> main_window;
+#if JUCE_LINUX
+    std::unique_ptr<atspi::loaded_bridge> screen_readers; // AT-SPI; Windows' UI Automation is JUCE's own
+#endif
 };

@@ -130,9 +130,16 @@ TEST_F (accessible_page, a_disabled_page_says_why_in_the_translation_in_force)
 
     const auto english = page.createAccessibilityHandler()->getTitle();
     EXPECT_TRUE (english.contains ("1.1.1")) << english;
+    const std::pair<juce::String (*)(), const char*> tables[] = {
+        { translation_tables::german, "Die Firmware" }, { translation_tables::chinese, "\xe6\xad\xa4\xe6\x8e\xa5\xe5\x8f\xa3" },
+        { translation_tables::spanish, "El firmware" }, { translation_tables::russian, "\xd0\x9f\xd1\x80\xd0\xbe\xd1\x88\xd0\xb8\xd0\xb2\xd0\xba\xd0\xb0" },
+    };
+    for (auto& [table, start] : tables)
     {
-        scoped_translation german (translation_tables::german());
-        EXPECT_TRUE (page.createAccessibilityHandler()->getTitle().startsWith ("Die Firmware"));
+        scoped_translation language (table());
+        const auto title = page.createAccessibilityHandler()->getTitle();
+        EXPECT_TRUE (title.startsWith (juce::CharPointer_UTF8 (start))) << title;
+        EXPECT_TRUE (title.contains ("1.1.1")) << title;
     }
     scoped_translation own ("language:Mine\n\"" + english + "\" = \"Too old\"\n");
     EXPECT_EQ (page.createAccessibilityHandler()->getTitle(), "Too old");
